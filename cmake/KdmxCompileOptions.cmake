@@ -1,0 +1,25 @@
+# Compiler options of every target of this project, as one interface target: kdmx_compile_options.
+
+add_library(kdmx_compile_options INTERFACE)
+
+target_compile_options(kdmx_compile_options INTERFACE
+    -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wnon-virtual-dtor -Woverloaded-virtual
+    $<$<BOOL:${KDMX_WARNINGS_AS_ERRORS}>:-Werror>
+    # Build paths must not end up in the binaries.
+    -ffile-prefix-map=${CMAKE_SOURCE_DIR}=.)
+
+# Strict Qt: no silent conversions between text types, no macros named like ordinary words.
+target_compile_definitions(kdmx_compile_options INTERFACE
+    QT_NO_CAST_FROM_ASCII
+    QT_NO_CAST_TO_ASCII
+    QT_NO_CAST_FROM_BYTEARRAY
+    QT_NO_URL_CAST_FROM_STRING
+    QT_NO_FOREACH
+    QT_NO_KEYWORDS
+    $<$<BOOL:${WIN32}>:UNICODE;_UNICODE>)
+
+if(KDMX_SANITIZE)
+    target_compile_options(kdmx_compile_options INTERFACE
+        -fsanitize=${KDMX_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    target_link_options(kdmx_compile_options INTERFACE -fsanitize=${KDMX_SANITIZE})
+endif()
