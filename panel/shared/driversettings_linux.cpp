@@ -1,0 +1,24 @@
+#include "driversettings.h"
+#include "identity.h"
+#include "settingsfile.h"
+
+#include <QStandardPaths>
+
+namespace {
+
+/// The registry path below "HKEY_CURRENT_USER\Software\", as a file below the user's configuration folder.
+QString driverSettingsFile()
+{
+    const QString key = identity::driverSettingsPath.section(u'\\', 2).replace(u'\\', u'/');
+    return QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) + u'/' + key
+        + QStringLiteral(".conf");
+}
+
+} // namespace
+
+QSettings openDriverSettings()
+{
+    const QString fileName = driverSettingsFile();
+    prepareSettingsFile(fileName);
+    return QSettings(fileName, QSettings::IniFormat);
+}

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <QLocale>
+#include <QUrl>
+
+/**
+ * The maker's web pages. Their addresses stand in webpages.cpp and nowhere else.
+ *
+ * May be used from any thread. Rests on QUrl and QLocale (Qt Core).
+ */
+namespace webpages {
+
+enum class Model { KdMx2, KdMx4 };
+enum class Page { Product, Support };
+
+/**
+ * The address of a model's page.
+ *
+ * @param language  Japanese gives the Japanese edition, any other language (Chinese included) the international one
+ */
+QUrl address(Model model, Page page, QLocale::Language language);
+
+} // namespace webpages
