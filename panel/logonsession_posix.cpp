@@ -1,0 +1,8 @@
+#include "logonsession.h"
+
+#include <unistd.h>
+
+QString logonSession()
+{
+    return QString::number(::geteuid());
+}
