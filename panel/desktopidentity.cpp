@@ -1,0 +1,13 @@
+#include "desktopidentity.h"
+
+#include "taskbaridentity.h"
+
+#include <QGuiApplication>
+#include <QIcon>
+
+void setDesktopIdentity()
+{
+    QGuiApplication::setWindowIcon(QIcon(QStringLiteral(":/Resource/icon/icon_128.png")));
+    QGuiApplication::setDesktopFileName(QStringLiteral("example.velmar.KDMXSeries"));
+    setTaskbarIdentity();
+}

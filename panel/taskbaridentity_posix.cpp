@@ -1,0 +1,6 @@
+#include "taskbaridentity.h"
+
+void setTaskbarIdentity()
+{
+    // The desktop file name does this job.
+}

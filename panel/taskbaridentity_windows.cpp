@@ -1,0 +1,10 @@
+#include "taskbaridentity.h"
+
+#include <windows.h>
+
+#include <shobjidl.h>
+
+void setTaskbarIdentity()
+{
+    SetCurrentProcessExplicitAppUserModelID(L"VELMAR.KD-MXSeries");
+}
