@@ -1,0 +1,215 @@
+#include "asioreminder.h"
+
+#include "debuglines.h"
+#include "mainwindow.h"
+#include "realinput.h"
+#include "screenshots.h"
+#include "storedsettings.h"
+
+#include <QApplication>
+#include <QCheckBox>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QSignalSpy>
+#include <QTest>
+#include <QTimer>
+
+#include <functional>
+
+namespace {
+
+/// Works the reminder once it is on the screen and active.
+class OnReminder
+{
+public:
+    explicit OnReminder(std::function<void(QMessageBox &)> work)
+    {
+        QObject::connect(&m_poll, &QTimer::timeout, &m_poll, [this, work = std::move(work)] {
+            auto *const box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget());
+            if (box == nullptr || !box->isActiveWindow())
+                return;
+            m_poll.stop();
+            m_seen = true;
+            work(*box);
+        });
+        m_poll.start(20);
+    }
+
+    bool seen() const { return m_seen; }
+
+private:
+    QTimer m_poll;
+    bool m_seen = false;
+};
+
+QString panelReminder()
+{
+    return stored::value(stored::panelFile(), QStringLiteral("PopupMessage"), QStringLiteral("WakeUp"));
+}
+
+QString driverReminder()
+{
+    return stored::driverValue(QStringLiteral("WakeUp"));
+}
+
+} // namespace
+
+class AsioReminderTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init()
+    {
+        stored::clear();
+        stored::writeDriver(QStringLiteral("256"), QStringLiteral("18"));
+    }
+
+    void textsFollowTheLanguage_data()
+    {
+        QTest::addColumn<QLocale::Language>("language");
+        QTest::addColumn<QString>("message");
+        QTest::addColumn<QString>("checkBox");
+        const QString english = QStringLiteral("When you are using an ASIO-compatible software, please make sure the "
+                                               "following driver has been selected.<p><big>'KD-MX Series ASIO'</big>");
+        QTest::newRow("ja")
+            << QLocale::Japanese
+            << "ASIO対応のソフトウェアをお使いの際は、下記のドライバーを<br>選択してください。<p><big>'KD-MX "
+               "Series ASIO'</big>"
+            << "次からは表示しない";
+        QTest::newRow("zh") << QLocale::Chinese
+                            << "请确认ASIO软件是否设定为以下的驱动程序。<p><big>'KD-MX Series ASIO'</big>"
+                            << "不再提示";
+        QTest::newRow("en") << QLocale::English << english << "Do not show again";
+        QTest::newRow("de") << QLocale::German << english << "Do not show again";
+        QTest::newRow("c") << QLocale::C << english << "Do not show again";
+    }
+
+    void textsFollowTheLanguage()
+    {
+        QFETCH(QLocale::Language, language);
+        QFETCH(QString, message);
+        QFETCH(QString, checkBox);
+        const OnReminder reminder([&](QMessageBox &box) {
+            QCOMPARE(box.icon(), QMessageBox::Information);
+            QCOMPARE(box.windowTitle(), QStringLiteral("VELMAR KD-MX Series Information"));
+            QCOMPARE(box.text(), message);
+            QCOMPARE(box.parent(), nullptr);
+            QCOMPARE(box.standardButtons(), QMessageBox::Ok);
+            QCOMPARE(box.buttons().size(), 2);
+            auto *const check = box.findChild<QCheckBox *>();
+            QCOMPARE(check->text(), checkBox);
+            QCOMPARE(box.buttonRole(check), QMessageBox::AcceptRole);
+            saveScreenshot(&box, QStringLiteral("reminder-") + QString::fromLatin1(QTest::currentDataTag()));
+            realinput::key(QStringLiteral("Escape"));
+        });
+        QVERIFY(!showAsioReminder(language));
+        QVERIFY(reminder.seen());
+    }
+
+    void checkBoxTogglesWithoutClosing()
+    {
+        const OnReminder reminder([](QMessageBox &box) {
+            auto *const check = box.findChild<QCheckBox *>();
+            QSignalSpy clicked(check, &QCheckBox::clicked);
+            QSignalSpy toggled(check, &QCheckBox::toggled);
+            realinput::click(check, QPoint(8, check->height() / 2));
+            QTRY_VERIFY(check->isChecked());
+            QVERIFY(box.isVisible());
+            QVERIFY(clicked.isEmpty());
+            QVERIFY(toggled.isEmpty());
+            realinput::click(box.button(QMessageBox::Ok));
+        });
+        QVERIFY(showAsioReminder(QLocale::English));
+        QVERIFY(reminder.seen());
+    }
+
+    void everyWayToCloseIsOk_data()
+    {
+        QTest::addColumn<QString>("key");
+        QTest::newRow("enter") << "Return";
+        QTest::newRow("escape") << "Escape";
+        QTest::newRow("window close") << "alt+F4";
+    }
+
+    void everyWayToCloseIsOk()
+    {
+        QFETCH(QString, key);
+        const OnReminder reminder([&](QMessageBox &box) {
+            realinput::click(box.findChild<QCheckBox *>(), QPoint(8, 8));
+            realinput::key(key);
+        });
+        const MainWindow window;
+        QVERIFY(reminder.seen());
+        QCOMPARE(panelReminder(), QStringLiteral("false"));
+    }
+
+    void turningItOffIsWrittenToBothStores()
+    {
+        const OnReminder reminder([](QMessageBox &box) {
+            realinput::click(box.findChild<QCheckBox *>(), QPoint(8, 8));
+            realinput::click(box.button(QMessageBox::Ok));
+        });
+        const MainWindow window;
+        QVERIFY(reminder.seen());
+        QCOMPARE(panelReminder(), QStringLiteral("false"));
+        QCOMPARE(driverReminder(), QStringLiteral("false"));
+        QCOMPARE(stored::driverValue(QStringLiteral("blockFrames")), QStringLiteral("256"));
+    }
+
+    void closingItUncheckedChangesNothing()
+    {
+        stored::writeReminder(true);
+        const OnReminder reminder([](QMessageBox &box) { realinput::click(box.button(QMessageBox::Ok)); });
+        const MainWindow window;
+        QVERIFY(reminder.seen());
+        QCOMPARE(panelReminder(), QStringLiteral("true"));
+        QVERIFY(driverReminder().isNull());
+    }
+
+    void isShownUnlessTurnedOff_data()
+    {
+        QTest::addColumn<QByteArray>("file");
+        QTest::addColumn<bool>("shown");
+        QTest::newRow("absent") << QByteArray() << true;
+        QTest::newRow("true") << QByteArray("[PopupMessage]\nWakeUp=true\n") << true;
+        QTest::newRow("one") << QByteArray("[PopupMessage]\nWakeUp=1\n") << true;
+        QTest::newRow("false") << QByteArray("[PopupMessage]\nWakeUp=false\n") << false;
+        QTest::newRow("zero") << QByteArray("[PopupMessage]\nWakeUp=0\n") << false;
+        QTest::newRow("at top level only") << QByteArray("[General]\nWakeUp=false\n") << true;
+    }
+
+    void isShownUnlessTurnedOff()
+    {
+        QFETCH(QByteArray, file);
+        QFETCH(bool, shown);
+        stored::write(stored::panelFile(), file);
+        const OnReminder reminder([](QMessageBox &) { realinput::key(QStringLiteral("Escape")); });
+        const MainWindow window;
+        QCOMPARE(reminder.seen(), shown);
+    }
+
+    void driversCopyIsNeverRead()
+    {
+        stored::write(stored::driverFile(), "[General]\nWakeUp=false\nblockFrames=256\nsampleType=18\n");
+        const OnReminder reminder([](QMessageBox &) { realinput::key(QStringLiteral("Escape")); });
+        const MainWindow window;
+        QVERIFY(reminder.seen());
+    }
+
+    void languageIsLoggedBeforeTheBoxIsShown()
+    {
+        const DebugLines lines;
+        QStringList before;
+        const OnReminder reminder([&](QMessageBox &) {
+            before = DebugLines::take();
+            realinput::key(QStringLiteral("Escape"));
+        });
+        const MainWindow window;
+        QCOMPARE(before, QStringList{QLocale::languageToString(QLocale::system().language())});
+        QCOMPARE(DebugLines::take(), QStringList{QStringLiteral("MainWindow End")});
+    }
+};
+
+QTEST_MAIN(AsioReminderTest)
+#include "asioreminder_test.moc"

@@ -1,0 +1,234 @@
+// Every text fits its place: run once per display scale, here for each language of the panel.
+
+#include "mainwindow.h"
+
+#include "asioreminder.h"
+#include "screenshots.h"
+#include "storedsettings.h"
+
+#include <QAbstractItemView>
+#include <QApplication>
+#include <QCheckBox>
+#include <QComboBox>
+#include <QLabel>
+#include <QMenuBar>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QRegularExpression>
+#include <QScrollBar>
+#include <QStyle>
+#include <QStyleOptionButton>
+#include <QStyleOptionComboBox>
+#include <QTabBar>
+#include <QTabWidget>
+#include <QTest>
+#include <QTextBrowser>
+#include <QTimer>
+#include <QTranslator>
+
+namespace {
+
+QString scale()
+{
+    return qEnvironmentVariable("QT_SCALE_FACTOR", QStringLiteral("1"));
+}
+
+void verifyFits(const QWidget *widget, QSize room, const QString &text)
+{
+    const QSize needed = widget->fontMetrics().boundingRect(QRect(), Qt::TextSingleLine, text).size();
+    QVERIFY2(needed.width() <= room.width() && needed.height() <= room.height(),
+             qPrintable(QStringLiteral("%1 \"%2\" needs %3x%4, has %5x%6")
+                            .arg(widget->objectName(), text)
+                            .arg(needed.width())
+                            .arg(needed.height())
+                            .arg(room.width())
+                            .arg(room.height())));
+}
+
+void verifyLabelsFit(const QWidget &window)
+{
+    const auto labels = window.findChildren<QLabel *>();
+    for (const QLabel *const label : labels) {
+        const QSize hint = label->hasHeightForWidth() ? QSize(label->width(), label->heightForWidth(label->width()))
+                                                      : label->sizeHint();
+        // A layout at a fractional scale may round the other way.
+        QVERIFY2(hint.width() <= label->width() + 1 && hint.height() <= label->height() + 1,
+                 qPrintable(QStringLiteral("%1 \"%2\" needs %3x%4, has %5x%6")
+                                .arg(label->objectName(), label->text())
+                                .arg(hint.width())
+                                .arg(hint.height())
+                                .arg(label->width())
+                                .arg(label->height())));
+    }
+}
+
+void verifyBrowsersFit(const QWidget &window)
+{
+    const auto browsers = window.findChildren<QTextBrowser *>();
+    for (const QTextBrowser *const browser : browsers) {
+        if (!browser->isVisible())
+            continue;
+        const QSizeF needed = browser->document()->size();
+        QVERIFY2(
+            needed.height() <= browser->viewport()->height() && needed.width() <= browser->viewport()->width(),
+            qPrintable(
+                QStringLiteral("%1 needs %2x%3").arg(browser->objectName()).arg(needed.width()).arg(needed.height())));
+    }
+}
+
+void verifyTabsFit(const QWidget &window)
+{
+    auto *const tabs = window.findChild<QTabWidget *>()->tabBar();
+    for (int index = 0; index < tabs->count(); ++index)
+        verifyFits(tabs, tabs->tabRect(index).size() - QSize(16, 4), tabs->tabText(index));
+    QVERIFY(tabs->sizeHint().width() <= tabs->parentWidget()->width());
+}
+
+void verifyComboFits(const QComboBox *combo)
+{
+    QStyleOptionComboBox option;
+    option.initFrom(combo);
+    const QRect room =
+        combo->style()->subControlRect(QStyle::CC_ComboBox, &option, QStyle::SC_ComboBoxEditField, combo);
+    for (int index = 0; index < combo->count(); ++index)
+        verifyFits(combo, room.size(), combo->itemText(index));
+}
+
+void verifyInside(const QWidget &page)
+{
+    const auto children = page.findChildren<QWidget *>(QString(), Qt::FindDirectChildrenOnly);
+    for (const QWidget *const child : children)
+        QVERIFY2(page.rect().contains(child->geometry()), qPrintable(child->objectName()));
+}
+
+} // namespace
+
+class LayoutTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        QTest::failOnWarning(QRegularExpression(QStringLiteral(".*")));
+        stored::writeReminder(false);
+        QCOMPARE(QString::number(qApp->devicePixelRatio()), scale());
+    }
+
+    void mainWindow_data()
+    {
+        QTest::addColumn<QString>("locale");
+        for (const char *const name : {"en_US", "ja_JP", "zh_CN"})
+            QTest::newRow(name) << QString::fromLatin1(name);
+    }
+
+    void mainWindow()
+    {
+        QFETCH(QString, locale);
+        QTranslator translator;
+        const bool translated = translator.load(QStringLiteral("translate_") + locale, QStringLiteral(":/Resource"));
+        QCOMPARE(translated, locale == QStringLiteral("ja_JP"));
+        QCoreApplication::installTranslator(&translator);
+
+        MainWindow window;
+        window.show();
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+        QVERIFY(window.width() <= 363 && window.height() <= 324);
+        QVERIFY(window.findChild<QMenuBar *>()->sizeHint().height() <= 22);
+        verifyTabsFit(window);
+        auto *const tabs = window.findChild<QTabWidget *>();
+        for (int index = 0; index < tabs->count(); ++index) {
+            tabs->setCurrentIndex(index);
+            QTest::qWait(0);
+            verifyInside(*tabs->widget(index));
+            verifyLabelsFit(*tabs->widget(index));
+            verifyBrowsersFit(window);
+            saveScreenshot(&window,
+                           QStringLiteral("%1-%2-%3x").arg(tabs->widget(index)->objectName(), locale, scale()));
+        }
+        verifyComboFits(window.findChild<QComboBox *>());
+        for (const QString &caption : {QStringLiteral("text_on"), QStringLiteral("text_off")}) {
+            auto *const button = window.findChild<QPushButton *>(caption);
+            verifyFits(button, button->size() - QSize(8, 0), button->text());
+        }
+    }
+
+    void openMenus()
+    {
+        MainWindow window;
+        window.show();
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+        const auto menus = window.findChildren<QMenu *>();
+        for (QMenu *const menu : menus) {
+            menu->popup(window.mapToGlobal(QPoint(4, 22)));
+            QVERIFY(QTest::qWaitForWindowExposed(menu));
+            const auto actions = menu->actions();
+            for (QAction *const action : actions) {
+                if (action->isVisible() && !action->isSeparator())
+                    verifyFits(menu, menu->actionGeometry(action).size() - QSize(40, 0), action->text());
+            }
+            saveScreenshot(menu, QStringLiteral("%1-%2x").arg(menu->objectName(), scale()));
+            menu->close();
+        }
+    }
+
+    void reminder_data()
+    {
+        QTest::addColumn<QLocale::Language>("language");
+        QTest::newRow("en") << QLocale::English;
+        QTest::newRow("ja") << QLocale::Japanese;
+        QTest::newRow("zh") << QLocale::Chinese;
+    }
+
+    void reminder()
+    {
+        QFETCH(QLocale::Language, language);
+        bool seen = false;
+        QTimer poll;
+        connect(&poll, &QTimer::timeout, &poll, [&] {
+            auto *const box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget());
+            if (box == nullptr || !box->isVisible())
+                return;
+            poll.stop();
+            seen = true;
+            verifyLabelsFit(*box);
+            verifyInside(*box);
+            auto *const check = box->findChild<QCheckBox *>();
+            QVERIFY(check->sizeHint().width() <= check->width());
+            saveScreenshot(
+                box, QStringLiteral("reminder-%1-%2x").arg(QString::fromLatin1(QTest::currentDataTag()), scale()));
+            box->close();
+        });
+        poll.start(50);
+        showAsioReminder(language);
+        QVERIFY(seen);
+    }
+
+    void dialogs()
+    {
+        MainWindow window;
+        for (const QString &name : {QStringLiteral("actionVELMAR_Application"), QStringLiteral("actionLicense")}) {
+            bool seen = false;
+            QTimer poll;
+            connect(&poll, &QTimer::timeout, &poll, [&] {
+                auto *const dialog = qobject_cast<QDialog *>(QApplication::activeModalWidget());
+                if (dialog == nullptr || !dialog->isVisible())
+                    return;
+                poll.stop();
+                seen = true;
+                verifyLabelsFit(*dialog);
+                verifyInside(*dialog);
+                auto *const browser = dialog->findChild<QTextBrowser *>();
+                QVERIFY(browser == nullptr || browser->horizontalScrollBar()->maximum() == 0);
+                saveScreenshot(dialog, QStringLiteral("%1-%2x").arg(name, scale()));
+                dialog->close();
+            });
+            poll.start(50);
+            window.findChild<QAction *>(name)->trigger();
+            QVERIFY(seen);
+        }
+    }
+};
+
+QTEST_MAIN(LayoutTest)
+#include "layout_test.moc"

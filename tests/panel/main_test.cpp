@@ -1,0 +1,103 @@
+// The program's own main(), run inside the test, and what it has set up when its event loop runs.
+
+#include "mainwindow.h"
+#include "qtsingleapplication.h"
+
+#include "realinput.h"
+#include "storedsettings.h"
+
+#include <QLabel>
+#include <QTest>
+#include <QTimer>
+
+#include <functional>
+
+// panel/main.cpp, compiled under this name.
+int panelMain(int argc, char *argv[]);
+
+namespace {
+
+std::function<void()> onceRunning;
+
+void scheduleCheck()
+{
+    QTimer::singleShot(0, qApp, [] { onceRunning(); });
+}
+
+/// Runs the panel until `check` has looked at it; the exit code.
+int runPanel(const std::function<void(MainWindow &)> &check)
+{
+    onceRunning = [&check] {
+        const auto widgets = QApplication::topLevelWidgets();
+        for (QWidget *const widget : widgets) {
+            if (auto *const window = qobject_cast<MainWindow *>(widget))
+                check(*window);
+        }
+        QCoreApplication::exit(42);
+    };
+    int argc = 1;
+    char name[] = "panel";
+    char *argv[] = {name, nullptr};
+    return panelMain(argc, argv);
+}
+
+} // namespace
+
+Q_COREAPP_STARTUP_FUNCTION(scheduleCheck)
+
+class MainTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init()
+    {
+        stored::clear();
+        stored::writeReminder(false);
+    }
+
+    void setsUpTheApplication()
+    {
+        bool seen = false;
+        QCOMPARE(runPanel([&](MainWindow &window) {
+                     seen = true;
+                     QCOMPARE(QCoreApplication::applicationVersion(), QStringLiteral("1.0.0.0"));
+                     QCOMPARE(qgetenv("QT_AUTO_SCREEN_SCALE_FACTOR"), QByteArray("1"));
+                     QVERIFY(QCoreApplication::testAttribute(static_cast<Qt::ApplicationAttribute>(13)));
+                     QVERIFY(window.isVisible());
+                     auto *const application = qobject_cast<QtSingleApplication *>(qApp);
+                     QVERIFY(application != nullptr);
+                     QCOMPARE(application->activationWindow(), &window);
+                     QVERIFY(!QGuiApplication::windowIcon().isNull());
+                     QCOMPARE(QGuiApplication::desktopFileName(), QStringLiteral("example.velmar.KDMXSeries"));
+                 }),
+                 42);
+        QVERIFY(seen);
+        QVERIFY(qApp == nullptr);
+    }
+
+    void showsTheSystemsLanguage()
+    {
+        // Qt asks for the system's locale once per process: this program is run again for each one.
+        const bool japanese = qgetenv("LC_ALL").startsWith("ja");
+        QString shown;
+        runPanel([&](MainWindow &window) {
+            shown = window.findChild<QLabel *>(QStringLiteral("label_bufferSizeTitle"))->text();
+        });
+        QCOMPARE(shown, japanese ? QStringLiteral("バッファサイズ") : QStringLiteral("Buffer Size"));
+    }
+
+    void laterStartBringsTheWindowBack()
+    {
+        runPanel([](MainWindow &window) {
+            window.showMinimized();
+            QTRY_VERIFY(window.isMinimized());
+            Q_EMIT qobject_cast<QtSingleApplication *>(qApp)->messageReceived(QStringLiteral("any text"));
+            QVERIFY(!window.isMinimized());
+            QTRY_VERIFY(window.isActiveWindow());
+        });
+    }
+};
+
+QTEST_APPLESS_MAIN(MainTest)
+#include "main_test.moc"

@@ -1,0 +1,557 @@
+#include "instancechannel.h"
+#include "logonsession.h"
+#include "messageframe.h"
+#include "probeprocess.h"
+#include "qtsingleapplication.h"
+#include "singleinstanceid.h"
+
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QFileInfo>
+#include <QLocalSocket>
+#include <QRegularExpression>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QTimer>
+
+#include <algorithm>
+#include <functional>
+#include <memory>
+#include <vector>
+
+#include <csignal>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+namespace {
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr bool slow = true;
+#else
+constexpr bool slow = false;
+#endif
+
+// No test waits that long when it passes.
+constexpr int patience = 120000;
+
+// Added where a time is measured: what a busy machine may need to run a process that is ready to run.
+constexpr int tolerance = slow ? 3000 : 1000;
+
+// How the application's own warnings begin.
+const QString warningPrefix = QStringLiteral("QtSingleApplication: ");
+
+const QString applicationName = QStringLiteral("QtSingleApplicationTest");
+
+using Probe = std::unique_ptr<ProbeProcess>;
+using Senders = std::vector<std::unique_ptr<QLocalSocket>>;
+
+qsizetype openFiles()
+{
+    const QDir files(QStringLiteral("/proc/self/fd"));
+    return files.entryList(QDir::NoDotAndDotDot | QDir::AllEntries | QDir::System).size();
+}
+
+mode_t permissions(const QString &path)
+{
+    struct stat info = {};
+    return ::lstat(QFile::encodeName(path).constData(), &info) == 0 ? info.st_mode & 0777 : 0;
+}
+
+QString temporaryFolder()
+{
+    return QDir::tempPath() + QStringLiteral("/kdmxt-XXXXXX");
+}
+
+QString idOf(const QString &program)
+{
+    return singleInstanceId(program, logonSession());
+}
+
+void writeFile(const QString &path, const QByteArray &content)
+{
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    QCOMPARE(file.write(content), content.size());
+}
+
+// What a process leaves behind that was killed while it listened.
+void makeStaleSocket(const QString &path)
+{
+    sockaddr_un address = {};
+    address.sun_family = AF_UNIX;
+    const QByteArray name = QFile::encodeName(path);
+    qstrncpy(address.sun_path, name.constData(), sizeof(address.sun_path));
+    const int socket = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    const int bound = ::bind(socket, reinterpret_cast<const sockaddr *>(&address), sizeof(address));
+    ::close(socket);
+    QCOMPARE(bound, 0);
+}
+
+std::unique_ptr<QLocalSocket> makeSender(const QString &serverName)
+{
+    auto socket = std::make_unique<QLocalSocket>();
+    socket->connectToServer(serverName);
+    return socket;
+}
+
+} // namespace
+
+Q_DECLARE_METATYPE(std::function<void(QLocalSocket *)>)
+
+class QtSingleApplicationTest : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit QtSingleApplicationTest(QtSingleApplication &application)
+        : m_application(application)
+    {
+    }
+
+private Q_SLOTS:
+    void initTestCase();
+    void init();
+
+    // The test itself is the first process, except at the beginning.
+    void sendsNothingWhenNobodyListens();
+    void becomesTheFirst();
+    void keepsItsFilesPrivate();
+    void receivesFromAnotherProcess();
+    void messageActivatesTheWindow();
+    void messageLeavesTheWindowAlone();
+    void activatesNothing();
+    void survivesSenders_data();
+    void survivesSenders();
+
+    // All processes are probes.
+    void oneOfManyStartsWins();
+    void nextTakesOverAfterKill();
+    void stoppedFirstIsNotWaitedForLonger();
+    void deadFirstIsNotWaitedFor();
+    void oldFilesDelayNothing_data();
+    void oldFilesDelayNothing();
+    void programsAreApart();
+    void endsWithOpenConnections();
+    void opensWithoutChannel();
+    void otherUsersStayOut();
+
+private:
+    Probe start(const QStringList &arguments = {}, const QString &program = ProbeProcess::program()) const;
+    Probe startFirst(const QString &program = ProbeProcess::program()) const;
+    void expectAcknowledged(const QStringList &arguments = {}, const QString &program = ProbeProcess::program());
+    InstanceChannel ownChannel() const { return instanceChannel(idOf(applicationName)); }
+    QString probeFile(const QString &ending) const;
+
+    QtSingleApplication &m_application;
+    QString m_ownRuntime;
+    std::unique_ptr<QTemporaryDir> m_runtime;
+};
+
+void QtSingleApplicationTest::initTestCase()
+{
+    m_ownRuntime = QFile::decodeName(qgetenv("XDG_RUNTIME_DIR"));
+    QVERIFY2(QFileInfo(ProbeProcess::program()).isExecutable(), qUtf8Printable(ProbeProcess::program()));
+}
+
+void QtSingleApplicationTest::init()
+{
+    // The offscreen platform cannot raise windows and says so.
+    QTest::failOnWarning(QRegularExpression(QStringLiteral("^(?!This plugin does not support raise)")));
+    m_runtime = std::make_unique<QTemporaryDir>(temporaryFolder());
+    QVERIFY(m_runtime->isValid());
+}
+
+Probe QtSingleApplicationTest::start(const QStringList &arguments, const QString &program) const
+{
+    return std::make_unique<ProbeProcess>(m_runtime->path(), arguments, program);
+}
+
+Probe QtSingleApplicationTest::startFirst(const QString &program) const
+{
+    Probe probe = start({}, program);
+    if (!QTest::qWaitFor([&probe] { return probe->printed(QStringLiteral("first")); }, patience))
+        qWarning("The probe did not become the first process.");
+    return probe;
+}
+
+void QtSingleApplicationTest::expectAcknowledged(const QStringList &arguments, const QString &program)
+{
+    const Probe probe = start(arguments, program);
+    QTRY_VERIFY_WITH_TIMEOUT(probe->ended(), patience);
+    QVERIFY(probe->printed(QStringLiteral("acknowledged")));
+    QCOMPARE(probe->exitCode(), 0);
+    QCOMPARE(probe->errors(), QString());
+}
+
+QString QtSingleApplicationTest::probeFile(const QString &ending) const
+{
+    return m_runtime->filePath(idOf(ProbeProcess::program()) + ending);
+}
+
+void QtSingleApplicationTest::sendsNothingWhenNobodyListens()
+{
+    QElapsedTimer clock;
+    clock.start();
+    QVERIFY(!m_application.sendMessage(QStringLiteral("hello"), 60000));
+    QVERIFY2(clock.elapsed() < tolerance, qPrintable(QString::number(clock.elapsed())));
+}
+
+void QtSingleApplicationTest::becomesTheFirst()
+{
+    QCOMPARE(m_application.id(), applicationName);
+    QVERIFY(!m_application.isRunning());
+    QVERIFY(!m_application.isRunning());
+    // To itself: nobody would ever read it.
+    QElapsedTimer clock;
+    clock.start();
+    QVERIFY(!m_application.sendMessage(QStringLiteral("hello"), 60000));
+    QVERIFY2(clock.elapsed() < tolerance, qPrintable(QString::number(clock.elapsed())));
+}
+
+void QtSingleApplicationTest::keepsItsFilesPrivate()
+{
+    const InstanceChannel channel = ownChannel();
+    QCOMPARE(QFileInfo(channel.serverName).path(), m_ownRuntime);
+    QCOMPARE(permissions(m_ownRuntime), 0700U);
+    QCOMPARE(permissions(channel.lockName), 0600U);
+    QCOMPARE(permissions(channel.serverName), 0700U);
+
+    const QStringList expected = {QFileInfo(channel.lockName).fileName(), QFileInfo(channel.serverName).fileName()};
+    const QDir::Filters everything = QDir::AllEntries | QDir::System | QDir::Hidden | QDir::NoDotAndDotDot;
+    QCOMPARE(QDir(m_ownRuntime).entryList(everything, QDir::Name), expected);
+}
+
+void QtSingleApplicationTest::receivesFromAnotherProcess()
+{
+    QSignalSpy spy(&m_application, &QtSingleApplication::messageReceived);
+    const QString message = QString::fromUtf8("設定を開く");
+    const ProbeProcess probe(m_ownRuntime,
+                             {QStringLiteral("--id"), applicationName, QStringLiteral("--message"), message});
+    QTRY_VERIFY_WITH_TIMEOUT(probe.ended(), patience);
+    QVERIFY(probe.printed(QStringLiteral("acknowledged")));
+    QCOMPARE(probe.exitCode(), 0);
+    QCOMPARE(probe.errors(), QString());
+    QTRY_COMPARE_WITH_TIMEOUT(spy.size(), 1, patience);
+    QCOMPARE(spy.constFirst().constFirst().toString(), message);
+}
+
+void QtSingleApplicationTest::messageActivatesTheWindow()
+{
+    QWidget window;
+    window.setWindowState(Qt::WindowMaximized | Qt::WindowMinimized);
+    window.show();
+    m_application.setActivationWindow(&window);
+    m_application.setActivationWindow(&window);
+    QCOMPARE(m_application.activationWindow(), &window);
+    QVERIFY(window.isMinimized());
+
+    const ProbeProcess probe(m_ownRuntime, {QStringLiteral("--id"), applicationName});
+    QTRY_VERIFY_WITH_TIMEOUT(!window.isMinimized(), patience);
+    QVERIFY(window.isMaximized());
+    QVERIFY(window.isVisible());
+    QTRY_VERIFY_WITH_TIMEOUT(probe.ended(), patience);
+}
+
+void QtSingleApplicationTest::messageLeavesTheWindowAlone()
+{
+    QWidget window;
+    window.setWindowState(Qt::WindowMinimized);
+    window.show();
+    m_application.setActivationWindow(&window);
+    m_application.setActivationWindow(&window, false);
+
+    Q_EMIT m_application.messageReceived(QStringLiteral("hello"));
+    QVERIFY(window.isMinimized());
+    m_application.activateWindow();
+    QVERIFY(!window.isMinimized());
+}
+
+void QtSingleApplicationTest::activatesNothing()
+{
+    auto window = std::make_unique<QWidget>();
+    m_application.setActivationWindow(window.get());
+    window.reset();
+    QCOMPARE(m_application.activationWindow(), nullptr);
+    m_application.activateWindow();
+    m_application.setActivationWindow(nullptr);
+    Q_EMIT m_application.messageReceived(QStringLiteral("hello"));
+}
+
+void QtSingleApplicationTest::survivesSenders_data()
+{
+    QTest::addColumn<int>("count");
+    QTest::addColumn<std::function<void(QLocalSocket *)>>("behave");
+
+    const auto row = [](const char *name, int count, const std::function<void(QLocalSocket *)> &behave) {
+        QTest::newRow(name) << count << behave;
+    };
+    const auto endless = [](const QByteArray &beginning) {
+        return [beginning](QLocalSocket *socket) {
+            const QByteArray chunk(8192, 'x');
+            connect(socket, &QLocalSocket::bytesWritten, socket, [socket, chunk] {
+                if (socket->bytesToWrite() == 0)
+                    socket->write(chunk);
+            });
+            socket->write(beginning + chunk);
+        };
+    };
+    const auto trickle = [](QLocalSocket *socket) {
+        auto *timer = new QTimer(socket);
+        auto sent = std::make_shared<qsizetype>(0);
+        connect(timer, &QTimer::timeout, socket,
+                [socket, sent] { socket->write(messageframe::fromText(QString(60000, u'x')).mid((*sent)++, 1)); });
+        timer->start(1);
+    };
+    const auto halfAndGone = [](QLocalSocket *socket) {
+        socket->write(messageframe::fromText(QString(1000, u'x')).left(500));
+        socket->disconnectFromServer();
+    };
+    const auto neverReads = [](QLocalSocket *socket) {
+        socket->setReadBufferSize(1);
+        socket->write(messageframe::fromText(QStringLiteral("hello")));
+    };
+
+    row("silent", 20, [](QLocalSocket *) {});
+    row("endless garbage", 5, endless(QByteArray()));
+    row("endless after a text", 5, endless(messageframe::fromText(QStringLiteral("hostile"))));
+    row("oversized", 20, endless(QByteArray("\xff\xff\xff\xff")));
+    row("one byte too long", 20, endless(QByteArray("\0\1\0\1", 4)));
+    row("half a text, then gone", 20, halfAndGone);
+    row("byte by byte", 20, trickle);
+    row("other protocol", 20, [](QLocalSocket *socket) { socket->write("GET / HTTP/1.1\r\n\r\n"); });
+    row("broken text", 20, [](QLocalSocket *socket) { socket->write(QByteArray("\0\0\0\4\xff\xfe\0\x80", 8)); });
+    row("never reads", 20, neverReads);
+    row("gone at once", 20, [](QLocalSocket *socket) { socket->abort(); });
+    row("very many", 300, [](QLocalSocket *) {});
+}
+
+void QtSingleApplicationTest::survivesSenders()
+{
+    QFETCH(int, count);
+    QFETCH(std::function<void(QLocalSocket *)>, behave);
+    const qsizetype filesBefore = openFiles();
+    QSignalSpy spy(&m_application, &QtSingleApplication::messageReceived);
+
+    Senders senders;
+    for (int i = 0; i < count; ++i) {
+        senders.push_back(makeSender(ownChannel().serverName));
+        behave(senders.back().get());
+    }
+    for (int i = 0; i < 2; ++i) {
+        const ProbeProcess probe(
+            m_ownRuntime,
+            {QStringLiteral("--id"), applicationName, QStringLiteral("--message"), QStringLiteral("well behaved")});
+        QTRY_VERIFY_WITH_TIMEOUT(probe.ended(), patience);
+        QVERIFY(probe.printed(QStringLiteral("acknowledged")));
+        QCOMPARE(probe.errors(), QString());
+    }
+    QTRY_COMPARE_WITH_TIMEOUT(spy.count(QVariantList{QStringLiteral("well behaved")}), 2, patience);
+    senders.clear();
+    QTRY_COMPARE_WITH_TIMEOUT(openFiles(), filesBefore, patience);
+    keepsItsFilesPrivate();
+}
+
+void QtSingleApplicationTest::oneOfManyStartsWins()
+{
+    bool isNumber = false;
+    const int wanted = qEnvironmentVariableIntValue("KDMX_STORM_STARTS", &isNumber);
+    const int count = isNumber ? wanted : slow ? 20 : 100;
+
+    std::vector<Probe> probes;
+    for (int i = 0; i < count; ++i)
+        probes.push_back(start());
+    const auto countOf = [&probes](const QString &line) {
+        return std::count_if(probes.cbegin(), probes.cend(), [&](const Probe &probe) { return probe->printed(line); });
+    };
+    const auto ended = [&probes] {
+        return std::count_if(probes.cbegin(), probes.cend(), [](const Probe &probe) { return probe->ended(); });
+    };
+    QTRY_COMPARE_WITH_TIMEOUT(ended(), count - 1, patience);
+    QTRY_COMPARE_WITH_TIMEOUT(countOf(QStringLiteral("first")), 1, patience);
+    QCOMPARE(countOf(QStringLiteral("acknowledged")), count - 1);
+
+    int slowest = 0;
+    for (const Probe &probe : probes) {
+        slowest = qMax(slowest, probe->sendingTime());
+        QCOMPARE(probe->errors(), QString());
+        QCOMPARE(probe->exitCode(), probe->ended() ? 0 : -1);
+        if (!probe->ended())
+            QTRY_COMPARE_WITH_TIMEOUT(probe->messages(), count - 1, patience);
+    }
+    QVERIFY2(slowest < 5000, qPrintable(QString::number(slowest)));
+    qInfo("%d starts; the slowest acknowledgement took %d ms", count, slowest);
+}
+
+void QtSingleApplicationTest::nextTakesOverAfterKill()
+{
+    QElapsedTimer clock;
+    clock.start();
+    const Probe killed = startFirst();
+    const qint64 usual = clock.elapsed();
+    expectAcknowledged();
+
+    killed->signal(SIGKILL);
+    clock.start();
+    const Probe next = startFirst();
+    QVERIFY2(clock.elapsed() < usual + tolerance, qPrintable(QString::number(clock.elapsed())));
+    expectAcknowledged();
+}
+
+void QtSingleApplicationTest::stoppedFirstIsNotWaitedForLonger()
+{
+    const Probe first = startFirst();
+    first->signal(SIGSTOP);
+    const Probe later = start({QStringLiteral("--timeout"), QStringLiteral("300")});
+    QTRY_VERIFY_WITH_TIMEOUT(later->ended(), patience);
+    QVERIFY(later->printed(QStringLiteral("refused")));
+    QCOMPARE(later->exitCode(), 1);
+    QVERIFY2(later->sendingTime() >= 300, qPrintable(QString::number(later->sendingTime())));
+    QVERIFY2(later->sendingTime() < 300 + tolerance, qPrintable(QString::number(later->sendingTime())));
+
+    first->signal(SIGCONT);
+    expectAcknowledged();
+}
+
+// The process that would have answered is killed while the later one waits for it.
+void QtSingleApplicationTest::deadFirstIsNotWaitedFor()
+{
+    const Probe first = startFirst();
+    first->signal(SIGSTOP);
+    const Probe later = start({QStringLiteral("--timeout"), QString::number(patience)});
+    QTRY_VERIFY_WITH_TIMEOUT(later->printed(QStringLiteral("running")), patience);
+    first->signal(SIGKILL);
+    QElapsedTimer clock;
+    clock.start();
+    QTRY_VERIFY_WITH_TIMEOUT(later->ended(), patience);
+    QVERIFY(later->printed(QStringLiteral("refused")));
+    QVERIFY2(clock.elapsed() < tolerance, qPrintable(QString::number(clock.elapsed())));
+}
+
+void QtSingleApplicationTest::oldFilesDelayNothing_data()
+{
+    QTest::addColumn<QByteArray>("lock");
+    QTest::addColumn<bool>("staleSocket");
+
+    QTest::newRow("nothing") << QByteArray() << false;
+    QTest::newRow("lock of a dead process") << QByteArray("4194303\n") << true;
+    QTest::newRow("empty lock") << QByteArray("") << true;
+    QTest::newRow("garbage") << QByteArray(10000, '\xa5') << false;
+}
+
+void QtSingleApplicationTest::oldFilesDelayNothing()
+{
+    QFETCH(QByteArray, lock);
+    QFETCH(bool, staleSocket);
+    if (!lock.isNull())
+        writeFile(probeFile(QStringLiteral(".lock")), lock);
+    if (staleSocket)
+        makeStaleSocket(probeFile(QStringLiteral(".socket")));
+    else if (!lock.isNull())
+        writeFile(probeFile(QStringLiteral(".socket")), lock);
+
+    const Probe first = startFirst();
+    const Probe later = start();
+    QTRY_VERIFY_WITH_TIMEOUT(later->ended(), patience);
+    QVERIFY(later->printed(QStringLiteral("acknowledged")));
+    QVERIFY2(later->sendingTime() < tolerance, qPrintable(QString::number(later->sendingTime())));
+    QCOMPARE(first->errors(), QString());
+}
+
+void QtSingleApplicationTest::programsAreApart()
+{
+    for (const QString &folder : {QStringLiteral("a"), QStringLiteral("A"), QStringLiteral("b")}) {
+        QVERIFY(QDir(m_runtime->path()).mkdir(folder));
+        QVERIFY(QFile::copy(ProbeProcess::program(), m_runtime->filePath(folder + QStringLiteral("/probe"))));
+    }
+    const Probe original = startFirst();
+    const Probe copy = startFirst(m_runtime->filePath(QStringLiteral("a/probe")));
+    const Probe otherCopy = startFirst(m_runtime->filePath(QStringLiteral("b/probe")));
+
+    expectAcknowledged({}, m_runtime->filePath(QStringLiteral("A/probe")));
+    QTRY_COMPARE_WITH_TIMEOUT(copy->messages(), 1, patience);
+    QCOMPARE(original->messages(), 0);
+    QCOMPARE(otherCopy->messages(), 0);
+}
+
+void QtSingleApplicationTest::endsWithOpenConnections()
+{
+    const Probe first = startFirst();
+    Senders senders;
+    const QByteArray frame = messageframe::fromText(QStringLiteral("hello"));
+    for (qsizetype size = 0; size < frame.size(); ++size) {
+        senders.push_back(makeSender(probeFile(QStringLiteral(".socket"))));
+        senders.back()->write(frame.left(size));
+    }
+    expectAcknowledged({QStringLiteral("--message"), QStringLiteral("quit")});
+    QTRY_VERIFY_WITH_TIMEOUT(first->ended(), patience);
+    QCOMPARE(first->exitCode(), 0);
+    QCOMPARE(first->errors(), QString());
+    QVERIFY(!QFile::exists(probeFile(QStringLiteral(".socket"))));
+
+    const Probe next = startFirst();
+    expectAcknowledged();
+}
+
+// A lock that cannot be made: the probe says so and opens all the same.
+void QtSingleApplicationTest::opensWithoutChannel()
+{
+    QVERIFY(QDir(m_runtime->path()).mkdir(QFileInfo(probeFile(QStringLiteral(".lock"))).fileName()));
+    const Probe probe = startFirst();
+    QTRY_VERIFY_WITH_TIMEOUT(probe->errors().startsWith(warningPrefix), patience);
+    QCOMPARE(probe->errors().count(u'\n'), 1);
+}
+
+void QtSingleApplicationTest::otherUsersStayOut()
+{
+    const QString setpriv = QStringLiteral("/usr/bin/setpriv");
+    if (::geteuid() != 0 || !QFileInfo(setpriv).isExecutable())
+        QSKIP("Only root can start a process of another user, with /usr/bin/setpriv.");
+
+    // The other user gets a program and a folder for temporary files that he can reach; the runtime folder stays
+    // closed.
+    QTemporaryDir open(QStringLiteral("/tmp/kdmxt-XXXXXX"));
+    const QByteArray openPath = QFile::encodeName(open.path());
+    QCOMPARE(::chmod(openPath.constData(), 01777), 0);
+    const QString program = open.filePath(QStringLiteral("probe"));
+    QVERIFY(QFile::copy(ProbeProcess::program(), program));
+    QCOMPARE(::chmod(QFile::encodeName(program).constData(), 0755), 0);
+
+    const QStringList asOther = {QStringLiteral("--reuid=65534"), QStringLiteral("--regid=65534"),
+                                 QStringLiteral("--clear-groups"), QStringLiteral("/usr/bin/env"),
+                                 // Names a file that he may not be able to read.
+                                 QStringLiteral("--unset=LSAN_OPTIONS"), QStringLiteral("TMPDIR=") + open.path(),
+                                 QStringLiteral("HOME=") + open.path(), program};
+    const Probe first = startFirst(program);
+    const QString socket = m_runtime->filePath(idOf(program) + QStringLiteral(".socket"));
+    QVERIFY(QFile::exists(socket));
+
+    const Probe intruder = start(asOther + QStringList{QStringLiteral("--connect"), socket}, setpriv);
+    QTRY_VERIFY_WITH_TIMEOUT(intruder->ended(), patience);
+    QVERIFY2(intruder->printed(QStringLiteral("refused")), qUtf8Printable(intruder->errors()));
+
+    const Probe other = start(asOther, setpriv);
+    QTRY_VERIFY_WITH_TIMEOUT(other->printed(QStringLiteral("first")), patience);
+    // Qt itself may complain about the closed runtime folder.
+    QVERIFY2(!other->errors().contains(warningPrefix), qUtf8Printable(other->errors()));
+    QCOMPARE(first->messages(), 0);
+}
+
+int main(int argc, char *argv[])
+{
+    // Of its own: the test counts what lies there.
+    const QTemporaryDir runtime(temporaryFolder());
+    qputenv("XDG_RUNTIME_DIR", QFile::encodeName(runtime.path()));
+
+    // Looking for a session bus where there is none makes libdbus start a process and lose memory.
+    qputenv("DBUS_SESSION_BUS_ADDRESS", "disabled:");
+
+    QtSingleApplication application(applicationName, argc, argv);
+    QtSingleApplicationTest test(application);
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "qtsingleapplication_test.moc"

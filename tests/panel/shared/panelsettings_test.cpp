@@ -1,0 +1,48 @@
+#include "panelsettings.h"
+
+#include "storedsettings.h"
+
+#include <QFile>
+#include <QTemporaryDir>
+#include <QTest>
+
+class PanelSettingsTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void lieInTheUsersIniFile()
+    {
+        QCOMPARE(openPanelSettings().format(), QSettings::IniFormat);
+        QCOMPARE(openPanelSettings().scope(), QSettings::UserScope);
+        QCOMPARE(openPanelSettings().fileName(), stored::panelFile());
+    }
+
+    void writingMakesTheFile()
+    {
+        stored::clear();
+        openPanelSettings().setValue(QStringLiteral("PopupMessage/WakeUp"), false);
+        QCOMPARE(stored::value(stored::panelFile(), QStringLiteral("PopupMessage"), QStringLiteral("WakeUp")),
+                 QStringLiteral("false"));
+    }
+
+    void brokenFileIsKeptOnce()
+    {
+        stored::write(stored::panelFile(), "garbage\n[Update]\nkey=1\n");
+        openPanelSettings().setValue(QStringLiteral("PopupMessage/WakeUp"), true);
+        QFile kept(stored::panelFile() + QStringLiteral(".bad"));
+        QVERIFY(kept.open(QIODevice::ReadOnly));
+        QCOMPARE(kept.readAll(), QByteArray("garbage\n[Update]\nkey=1\n"));
+        QCOMPARE(openPanelSettings().value(QStringLiteral("Update/key")).toInt(), 1);
+    }
+};
+
+int main(int argc, char **argv)
+{
+    // Qt looks for its settings folder once per process.
+    const QTemporaryDir folder;
+    qputenv("XDG_CONFIG_HOME", folder.path().toUtf8());
+    PanelSettingsTest test;
+    return QTest::qExec(&test, argc, argv);
+}
+#include "panelsettings_test.moc"

@@ -1,0 +1,127 @@
+#include "settingsfile.h"
+
+#include "storedsettings.h"
+
+#include <QFile>
+#include <QLockFile>
+#include <QProcess>
+#include <QSettings>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+namespace {
+
+// A save that waits for a lock waits half a minute and more; the test's own time limit stands well below that.
+void save(const QString &fileName, const QString &name, const QString &value)
+{
+    prepareSettingsFile(fileName);
+    QSettings settings(fileName, QSettings::IniFormat);
+    settings.setValue(name, value);
+    settings.sync();
+    QCOMPARE(settings.status(), QSettings::NoError);
+}
+
+QByteArray contentOf(const QString &fileName)
+{
+    QFile file(fileName);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+} // namespace
+
+class SettingsFileTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init()
+    {
+        m_folder = std::make_unique<QTemporaryDir>();
+        m_file = m_folder->filePath(QStringLiteral("settings.ini"));
+    }
+
+    void deadLockDelaysNothing_data()
+    {
+        QTest::addColumn<QByteArray>("content");
+        QTest::newRow("empty") << QByteArray();
+        QTest::newRow("garbage") << QByteArray("\x00\xff garbage \n\n\n", 14);
+        QTest::newRow("dead process") << QByteArray("4194000\nsome-program\n") + QSysInfo::machineHostName().toUtf8()
+                + QByteArray("\n");
+        QTest::newRow("another machine") << QByteArray("1\nsome-program\nfar-away\n");
+        QTest::newRow("living process that does not hold it")
+            << QByteArray::number(QCoreApplication::applicationPid()) + QByteArray("\nsome-program\n");
+    }
+
+    void deadLockDelaysNothing()
+    {
+        QFETCH(QByteArray, content);
+        stored::write(m_file + QStringLiteral(".lock"), content);
+        save(m_file, QStringLiteral("name"), QStringLiteral("value"));
+        QVERIFY(contentOf(m_file).contains("name=value"));
+        QVERIFY(!QFile::exists(m_file + QStringLiteral(".lock")));
+    }
+
+    void lockThatIsAFolderDelaysNothing()
+    {
+        QVERIFY(QDir().mkpath(m_file + QStringLiteral(".lock")));
+        save(m_file, QStringLiteral("name"), QStringLiteral("value"));
+        QVERIFY(contentOf(m_file).contains("name=value"));
+    }
+
+    void lockOfALivingOwnerStays()
+    {
+        const QString lock = m_file + QStringLiteral(".lock");
+        stored::write(lock, "");
+        const int owner = ::open(QFile::encodeName(lock).constData(), O_RDWR | O_CLOEXEC);
+        QVERIFY(owner >= 0);
+        QCOMPARE(::flock(owner, LOCK_EX | LOCK_NB), 0);
+        prepareSettingsFile(m_file);
+        QVERIFY(QFile::exists(lock));
+        ::close(owner);
+        prepareSettingsFile(m_file);
+        QVERIFY(!QFile::exists(lock));
+    }
+
+    void unparsableFileIsKept()
+    {
+        const QByteArray broken = "[General]\nblockFrames=512\nthis line has no meaning\n";
+        stored::write(m_file, broken);
+        save(m_file, QStringLiteral("name"), QStringLiteral("value"));
+        QCOMPARE(contentOf(m_file + QStringLiteral(".bad")), broken);
+        QVERIFY(!contentOf(m_file).contains("no meaning"));
+        QVERIFY(contentOf(m_file).contains("blockFrames=512"));
+    }
+
+    void firstKeptCopyStays()
+    {
+        stored::write(m_file, "first broken file\n");
+        save(m_file, QStringLiteral("name"), QStringLiteral("value"));
+        stored::write(m_file, "second broken file\n");
+        save(m_file, QStringLiteral("name"), QStringLiteral("value"));
+        QCOMPARE(contentOf(m_file + QStringLiteral(".bad")), QByteArray("first broken file\n"));
+    }
+
+    void goodFileIsNotCopied()
+    {
+        stored::write(m_file, "[General]\nname=old\n");
+        save(m_file, QStringLiteral("name"), QStringLiteral("new"));
+        QVERIFY(!QFile::exists(m_file + QStringLiteral(".bad")));
+    }
+
+    void missingFileAndFolderAreFine()
+    {
+        prepareSettingsFile(m_folder->filePath(QStringLiteral("no/such/folder/settings.ini")));
+        QVERIFY(!QFile::exists(m_folder->filePath(QStringLiteral("no"))));
+    }
+
+private:
+    std::unique_ptr<QTemporaryDir> m_folder;
+    QString m_file;
+};
+
+QTEST_GUILESS_MAIN(SettingsFileTest)
+#include "settingsfile_test.moc"

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <QPoint>
+#include <QString>
+
+class QWidget;
+
+/**
+ * Mouse and keyboard as a user has them: events made by the X server (XTEST, through xdotool), not by Qt.
+ *
+ * Each function returns when the events are out and this process has had the time to receive them. GUI thread.
+ */
+namespace realinput {
+
+/// Moves the pointer to the middle of a shown widget and clicks its left button.
+void click(const QWidget *widget);
+
+/// The same for a point of the widget.
+void click(const QWidget *widget, QPoint position);
+
+/// Presses and releases one key, by its X name ("Tab", "Down", "Return", "Escape", "ctrl+Tab", "alt+F4").
+void key(const QString &name);
+
+} // namespace realinput

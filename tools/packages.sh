@@ -1,0 +1,40 @@
+# The Debian packages that building, showing and testing need, and the function that installs the missing ones.
+# Read by ./run and ./test; a reason for each stands in the README's table.
+
+packages_build=(g++ cmake ninja-build qt6-base-dev qt6-tools-dev qt6-l10n-tools)
+packages_display=(xvfb openbox x11-utils xdotool maim fonts-liberation fonts-ipafont-gothic fonts-wqy-microhei)
+packages_lint=(clang-format clang-tidy)
+
+# ensure_packages PACKAGE ...
+#
+# Installs what is missing, as root or through password-less sudo. Ends the script with 2, after printing the exact
+# command, where neither is possible.
+ensure_packages() {
+    local package missing=()
+    for package in "$@"; do
+        dpkg-query -W -f='${db:Status-Status}' "$package" 2>/dev/null | grep -qx installed || missing+=("$package")
+    done
+    [ ${#missing[@]} -eq 0 ] && return
+
+    local as_root=()
+    if [ "$(id -u)" -ne 0 ]; then
+        as_root=(sudo -n)
+        if ! sudo -n true 2>/dev/null || ! command -v apt-get >/dev/null; then
+            echo "These packages are missing. Install them and start again:" >&2
+            echo "    sudo apt-get install --no-install-recommends ${missing[*]}" >&2
+            exit 2
+        fi
+    fi
+    echo "Installing ${#missing[@]} packages: ${missing[*]}"
+    "${as_root[@]}" apt-get update -q
+    "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
+        apt-get install -q -y --no-install-recommends "${missing[@]}"
+}
+
+# build_preset PRESET [TARGET]
+#
+# Configures where that has not been done yet, and builds what has changed: of one target, or of everything.
+build_preset() {
+    [ -f "build/$1/build.ninja" ] || cmake --preset "$1"
+    cmake --build --preset "$1" --target "${2:-all}"
+}
