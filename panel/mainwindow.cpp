@@ -68,7 +68,7 @@ MainWindow::MainWindow(QWidget *parent)
     m_ui->tb_information->setFont(font);
     m_ui->actionUpdate->setVisible(false);
     describeControls();
-    leadTabToTheChosenRadioButton();
+    arrangeFocus();
     qDebug("MainWindow End");
 }
 
@@ -153,9 +153,12 @@ void MainWindow::openWebPage(webpages::Model model, webpages::Page page)
     QDesktopServices::openUrl(m_lastWebPage);
 }
 
-void MainWindow::leadTabToTheChosenRadioButton()
+void MainWindow::arrangeFocus()
 {
-    // Qt does this by itself, but only from the moment one of the buttons has had the focus.
+    m_ui->text_on->setFocusProxy(m_ui->radioButton_ON);
+    m_ui->text_off->setFocusProxy(m_ui->radioButton_OFF);
+
+    // Tab leads to the chosen one of two radio buttons. Qt arranges that only once one of them has had the focus.
     for (QRadioButton *const button : {m_ui->radioButton_ON, m_ui->radioButton_OFF}) {
         const auto follow = [button](bool chosen) {
             button->setFocusPolicy(chosen ? Qt::StrongFocus : Qt::ClickFocus);

@@ -55,7 +55,7 @@ private:
     void remindOfAsioDriver();
     bool isReminderEnabled();
     void describeControls();
-    void leadTabToTheChosenRadioButton();
+    void arrangeFocus();
     void openWebPage(webpages::Model model, webpages::Page page);
 
     Ui::MainWindow *m_ui;

@@ -79,8 +79,19 @@ private Q_SLOTS:
 
     void helpersTakeNoFocus()
     {
-        for (const char *const name : {"buildBtn", "text_on", "text_off", "tb_information", "tb_information_Float"})
+        for (const char *const name : {"buildBtn", "tb_information", "tb_information_Float"})
             QCOMPARE(m_window->findChild<QWidget *>(QLatin1String(name))->focusPolicy(), Qt::NoFocus);
+    }
+
+    void clickOnACaptionMovesTheFocusToItsRadioButton()
+    {
+        m_tabs->setCurrentIndex(1);
+        for (const char *const side : {"ON", "OFF"}) {
+            realinput::click(
+                m_window->findChild<QWidget *>(QStringLiteral("text_") + QString::fromLatin1(side).toLower()));
+            auto *const radio = m_window->findChild<QWidget *>(QStringLiteral("radioButton_") + QLatin1String(side));
+            QTRY_COMPARE(QApplication::focusWidget(), radio);
+        }
     }
 
     void controlsHaveNames()
