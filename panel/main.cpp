@@ -5,6 +5,8 @@
 #include <QLocale>
 #include <QTranslator>
 
+#include <tuple>
+
 namespace {
 
 constexpr int handOverTimeoutMs = 5000;

@@ -7,6 +7,7 @@
 #include "identity.h"
 #include "licensedialog.h"
 #include "panelsettings.h"
+#include "settingsfile.h"
 #include "ui_mainwindow.h"
 
 #include <QDesktopServices>
@@ -41,14 +42,20 @@ qlonglong readDriverValue(const QString &name)
     return openDriverSettings().value(name, 0).toLongLong();
 }
 
+void writeDriverValue(const QString &name, const QVariant &value)
+{
+    QSettings settings = openDriverSettings();
+    settingsfile::saveValue(settings, name, value);
+}
+
 void writeBufferSize(uint frames)
 {
-    openDriverSettings().setValue(identity::bufferSizeValueName, frames);
+    writeDriverValue(identity::bufferSizeValueName, frames);
 }
 
 void writeSampleType(int type)
 {
-    openDriverSettings().setValue(identity::sampleFormatValueName, type);
+    writeDriverValue(identity::sampleFormatValueName, type);
 }
 
 } // namespace
@@ -60,7 +67,7 @@ MainWindow::MainWindow(QWidget *parent)
     insertFontFallbacks();
     m_ui->setupUi(this);
     setFixedSize(sizeHint());
-    m_settings = new QSettings(openPanelSettings());
+    m_settings.reset(new QSettings(openPanelSettings()));
     loadDriverSettings();
     remindOfAsioDriver();
     QFont font(QStringLiteral("Arial"));
@@ -75,8 +82,6 @@ MainWindow::MainWindow(QWidget *parent)
 MainWindow::~MainWindow()
 {
     qDebug("~MainWindow");
-    delete m_settings;
-    delete m_ui;
 }
 
 void MainWindow::loadDriverSettings()
@@ -118,9 +123,10 @@ void MainWindow::remindOfAsioDriver()
     qDebug("%s", qUtf8Printable(m_reminderLanguage));
     if (!showAsioReminder(language))
         return;
-    openPanelSettings().setValue(reminderGroup + u'/' + reminderKey, false);
+    QSettings settings = openPanelSettings();
+    settingsfile::saveValue(settings, reminderGroup + u'/' + reminderKey, false);
     // The driver's settings record as well that the reminder is off.
-    openDriverSettings().setValue(reminderKey, false);
+    writeDriverValue(reminderKey, false);
 }
 
 bool MainWindow::isReminderEnabled()

@@ -6,6 +6,8 @@
 #include <QString>
 #include <QUrl>
 
+#include <memory>
+
 class QSettings;
 
 namespace Ui {
@@ -58,9 +60,9 @@ private:
     void arrangeFocus();
     void openWebPage(webpages::Model model, webpages::Page page);
 
-    Ui::MainWindow *m_ui;
+    std::unique_ptr<Ui::MainWindow> m_ui;
     QString m_reminderLanguage;
-    QSettings *m_settings;
+    std::unique_ptr<QSettings> m_settings;
     bool m_showBuild = false;
     QUrl m_lastWebPage;
 };

@@ -6,8 +6,7 @@
  * Opens the audio driver's settings of the current user: "blockFrames" and "sampleType" (see identity.h), both at
  * top level.
  *
- * The store belongs to the driver. Open it for one access and drop it at once: the write happens, at the latest,
- * when the returned object goes.
+ * The store belongs to the driver. Open it for one access and drop it at once; write with settingsfile::saveValue().
  *
  * On Windows it is the registry key identity::driverSettingsPath. On Linux, where there is neither a registry nor an
  * audio driver to read it, it is the INI file "VELMAR/KD-MX_Series/ASIODRIVER.conf" below the user's configuration

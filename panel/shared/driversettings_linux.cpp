@@ -19,6 +19,6 @@ QString driverSettingsFile()
 QSettings openDriverSettings()
 {
     const QString fileName = driverSettingsFile();
-    prepareSettingsFile(fileName);
+    settingsfile::prepare(fileName);
     return QSettings(fileName, QSettings::IniFormat);
 }

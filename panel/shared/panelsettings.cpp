@@ -15,6 +15,6 @@ QString panelSettingsFile()
 
 QSettings openPanelSettings()
 {
-    prepareSettingsFile(panelSettingsFile());
+    settingsfile::prepare(panelSettingsFile());
     return QSettings(QSettings::IniFormat, QSettings::UserScope, identity::organizationName, identity::applicationName);
 }

@@ -7,16 +7,56 @@
 
 #include <tuple>
 
+namespace settingsfile {
+
 namespace {
 
-void removeDeadLock(const QString &fileName)
+constexpr qint64 largestFile = 1024 * 1024;
+
+// A save takes milliseconds.
+constexpr int patienceMs = 500;
+
+QString badNameOf(const QString &fileName)
 {
-    const QString lock = fileName + QStringLiteral(".lock");
-    // The call asks the kernel whether a living process holds the lock; it never takes one away from its owner.
+    return fileName + QStringLiteral(".bad");
+}
+
+/// Whether there is anything of this name, a symbolic link that leads nowhere included.
+bool isTaken(const QString &fileName)
+{
+    const QFileInfo info(fileName);
+    return info.exists() || info.isSymLink();
+}
+
+/// Whether the lock is free by now, or becomes so while another process ends its save.
+bool becomesFree(const QString &lock)
+{
+    // Opening anything else would fail, follow a link or, with a pipe, never return.
+    if (const QFileInfo info(lock); !info.isFile() || info.isSymLink())
+        return false;
+    // This asks the kernel whether a living process holds the lock, and takes none away from its owner.
     QLockFile(lock).removeStaleLockFile();
-    // A folder of that name is nobody's lock, and QSettings would wait for it for ever.
-    if (QFileInfo(lock).isDir())
-        QFile::rename(lock, lock + QStringLiteral(".bad"));
+    return !isTaken(lock) || QLockFile(lock).tryLock(patienceMs);
+}
+
+/// Makes sure that QSettings will get its lock; false when it would wait for ever.
+bool freeLock(const QString &lock)
+{
+    if (!isTaken(lock) || becomesFree(lock))
+        return true;
+    // Held by a process that hangs, or nothing that this user could ever lock.
+    if (!QFile::remove(lock))
+        QFile::rename(lock, badNameOf(lock));
+    return !isTaken(lock);
+}
+
+void setAsideUnusable(const QString &fileName)
+{
+    const QFileInfo info(fileName);
+    if (!info.exists() || info.isDir())
+        return;
+    if (!info.isFile() || info.size() > largestFile)
+        QFile::rename(fileName, badNameOf(fileName));
 }
 
 void keepUnparsable(const QString &fileName)
@@ -24,13 +64,22 @@ void keepUnparsable(const QString &fileName)
     const QSettings probe(fileName, QSettings::IniFormat);
     std::ignore = probe.allKeys(); // Sections are parsed when they are first asked for.
     if (probe.status() == QSettings::FormatError)
-        QFile::copy(fileName, fileName + QStringLiteral(".bad"));
+        QFile::copy(fileName, badNameOf(fileName));
 }
 
 } // namespace
 
-void prepareSettingsFile(const QString &fileName)
+void prepare(const QString &fileName)
 {
-    removeDeadLock(fileName);
+    setAsideUnusable(fileName);
     keepUnparsable(fileName);
 }
+
+void saveValue(QSettings &settings, const QString &key, const QVariant &value)
+{
+    const bool isFile = settings.format() == QSettings::IniFormat;
+    if (!isFile || freeLock(settings.fileName() + QStringLiteral(".lock")))
+        settings.setValue(key, value);
+}
+
+} // namespace settingsfile

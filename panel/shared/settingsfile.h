@@ -2,19 +2,47 @@
 
 #include <QString>
 
+class QSettings;
+class QVariant;
+
 /**
- * Makes an INI file safe to open with QSettings, which by itself would wait or lose data in two cases:
+ * What QSettings leaves to be done so that a settings file can neither hang the panel nor lose its content.
  *
- * - A process that was killed while it saved leaves "<file>.lock" behind. When that lock is empty or garbled, the
- *   next save would wait for half a minute. A lock that no living process holds is removed.
- * - A save drops every line that does not parse. A file with such lines is first copied to "<file>.bad", once: a
- *   copy that is already there is the older one and stays.
- *
- * Call it before the QSettings object is made. Nothing is reported: where the folder cannot be written, a save
- * would fail just the same.
- *
- * @param fileName  full path of the INI file; it need not exist
- *
- * Blocks for a few file operations. May be called from any thread. Rests on QLockFile, QSettings and QFile.
+ * All functions may be called from any thread and block for a few file operations unless told otherwise. Nothing is
+ * reported: a value that cannot be stored is left out, as QSettings does by itself on a full or read-only disk.
  */
-void prepareSettingsFile(const QString &fileName);
+namespace settingsfile {
+
+/**
+ * Looks after a settings file before it is opened:
+ *
+ * - What cannot be a settings file is moved out of the way, to "<file>.bad": a pipe and the like, which would block the
+ *   reader, or more than a mebibyte.
+ * - A file with lines that do not parse is copied to "<file>.bad", because a save drops such lines. A copy that is
+ *   already there is the older one and stays.
+ *
+ * Trips people: call it before each opening, not after. QSettings reports lines that do not parse only to the object
+ * that parsed them first.
+ *
+ * @param fileName  full path of an INI file; nothing need be there
+ *
+ * Rests on QFile and QSettings.
+ */
+void prepare(const QString &fileName);
+
+/**
+ * Stores a value, unless saving would hang.
+ *
+ * A process that was killed while it saved leaves "<file>.lock" behind, and QSettings would wait for it: for half a
+ * minute, or for ever. A lock that no living process holds is removed. So is one that is held for longer than a save
+ * can take; that does no harm, since a save replaces the file as a whole. A lock that cannot be removed means that the
+ * folder cannot be written either, and the value is left out.
+ *
+ * @param settings  an open store of any format; the save happens, at the latest, when it is destroyed
+ * @param key       with its groups
+ *
+ * Blocks for half a second where another process hangs in a save. Rests on QSettings and QLockFile.
+ */
+void saveValue(QSettings &settings, const QString &key, const QVariant &value);
+
+} // namespace settingsfile

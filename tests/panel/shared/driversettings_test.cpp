@@ -1,6 +1,7 @@
 #include "driversettings.h"
 
 #include "identity.h"
+#include "settingsfile.h"
 #include "storedsettings.h"
 
 #include <QDir>
@@ -16,14 +17,20 @@ namespace {
 
 const QString writeForever = QStringLiteral("--write-forever");
 
+void writeDriver(const QString &name, const QVariant &value)
+{
+    QSettings settings = openDriverSettings();
+    settingsfile::saveValue(settings, name, value);
+}
+
 /// A program to be killed: stores both values, always equal to each other, and says once that it has begun.
 [[noreturn]] void writeEqualPairs()
 {
     for (int number = 1;; ++number) {
         {
             QSettings settings = openDriverSettings();
-            settings.setValue(identity::bufferSizeValueName, number);
-            settings.setValue(identity::sampleFormatValueName, number);
+            settingsfile::saveValue(settings, identity::bufferSizeValueName, number);
+            settingsfile::saveValue(settings, identity::sampleFormatValueName, number);
         }
         if (number == 1) {
             std::puts("begun");
@@ -61,8 +68,8 @@ private Q_SLOTS:
 
     void storeNumbersAtTopLevel()
     {
-        openDriverSettings().setValue(identity::bufferSizeValueName, 512U);
-        openDriverSettings().setValue(identity::sampleFormatValueName, 19);
+        writeDriver(identity::bufferSizeValueName, 512U);
+        writeDriver(identity::sampleFormatValueName, 19);
         QCOMPARE(stored::driverValue(QStringLiteral("blockFrames")), QStringLiteral("512"));
         QCOMPARE(stored::driverValue(QStringLiteral("sampleType")), QStringLiteral("19"));
     }
@@ -76,7 +83,7 @@ private Q_SLOTS:
     void keepWhatOthersStored()
     {
         stored::write(stored::driverFile(), "[General]\nblockFrames=64\nother=kept\n\n[Group]\nvalue=1\n");
-        openDriverSettings().setValue(identity::bufferSizeValueName, 128U);
+        writeDriver(identity::bufferSizeValueName, 128U);
         QCOMPARE(stored::driverValue(QStringLiteral("other")), QStringLiteral("kept"));
         QCOMPARE(stored::value(stored::driverFile(), QStringLiteral("Group"), QStringLiteral("value")),
                  QStringLiteral("1"));
@@ -85,7 +92,7 @@ private Q_SLOTS:
     void surviveAFolderThatIsAFile()
     {
         stored::write(m_folder->filePath(QStringLiteral("VELMAR")), "not a folder");
-        openDriverSettings().setValue(identity::bufferSizeValueName, 128U);
+        writeDriver(identity::bufferSizeValueName, 128U);
         QCOMPARE(openDriverSettings().value(identity::bufferSizeValueName, 0).toInt(), 0);
     }
 
@@ -113,7 +120,7 @@ private Q_SLOTS:
         QVERIFY(writer.waitForReadyRead());
         writer.kill();
         QVERIFY(writer.waitForFinished());
-        openDriverSettings().setValue(identity::bufferSizeValueName, 64U);
+        writeDriver(identity::bufferSizeValueName, 64U);
         QCOMPARE(stored::driverValue(QStringLiteral("blockFrames")), QStringLiteral("64"));
     }
 

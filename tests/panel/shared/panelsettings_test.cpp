@@ -1,10 +1,21 @@
 #include "panelsettings.h"
 
+#include "settingsfile.h"
 #include "storedsettings.h"
 
 #include <QFile>
 #include <QTemporaryDir>
 #include <QTest>
+
+namespace {
+
+void writePanel(const QString &key, const QVariant &value)
+{
+    QSettings settings = openPanelSettings();
+    settingsfile::saveValue(settings, key, value);
+}
+
+} // namespace
 
 class PanelSettingsTest : public QObject
 {
@@ -21,7 +32,7 @@ private Q_SLOTS:
     void writingMakesTheFile()
     {
         stored::clear();
-        openPanelSettings().setValue(QStringLiteral("PopupMessage/WakeUp"), false);
+        writePanel(QStringLiteral("PopupMessage/WakeUp"), false);
         QCOMPARE(stored::value(stored::panelFile(), QStringLiteral("PopupMessage"), QStringLiteral("WakeUp")),
                  QStringLiteral("false"));
     }
@@ -29,7 +40,7 @@ private Q_SLOTS:
     void brokenFileIsKeptOnce()
     {
         stored::write(stored::panelFile(), "garbage\n[Update]\nkey=1\n");
-        openPanelSettings().setValue(QStringLiteral("PopupMessage/WakeUp"), true);
+        writePanel(QStringLiteral("PopupMessage/WakeUp"), true);
         QFile kept(stored::panelFile() + QStringLiteral(".bad"));
         QVERIFY(kept.open(QIODevice::ReadOnly));
         QCOMPARE(kept.readAll(), QByteArray("garbage\n[Update]\nkey=1\n"));

@@ -3,11 +3,13 @@
 #include "storedsettings.h"
 
 #include <QFile>
+#include <QFileInfo>
 #include <QLockFile>
 #include <QProcess>
 #include <QSettings>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QThread>
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -18,11 +20,11 @@ namespace {
 // A save that waits for a lock waits half a minute and more; the test's own time limit stands well below that.
 void save(const QString &fileName, const QString &name, const QString &value)
 {
-    prepareSettingsFile(fileName);
+    settingsfile::prepare(fileName);
     QSettings settings(fileName, QSettings::IniFormat);
-    settings.setValue(name, value);
+    settingsfile::saveValue(settings, name, value);
     settings.sync();
-    QCOMPARE(settings.status(), QSettings::NoError);
+    QVERIFY(settings.status() != QSettings::AccessError);
 }
 
 QByteArray contentOf(const QString &fileName)
@@ -65,25 +67,95 @@ private Q_SLOTS:
         QVERIFY(!QFile::exists(m_file + QStringLiteral(".lock")));
     }
 
-    void lockThatIsAFolderDelaysNothing()
+    void lockThatNobodyCouldTakeDelaysNothing_data()
     {
-        QVERIFY(QDir().mkpath(m_file + QStringLiteral(".lock")));
+        QTest::addColumn<QString>("command");
+        QTest::newRow("folder") << "mkdir $0";
+        QTest::newRow("folder with content") << "mkdir $0 && touch $0/content";
+        QTest::newRow("pipe") << "mkfifo $0";
+        QTest::newRow("link that leads nowhere") << "ln -s /nowhere/at/all $0";
+        QTest::newRow("read-only") << "touch $0 && chmod 0444 $0";
+    }
+
+    void lockThatNobodyCouldTakeDelaysNothing()
+    {
+        QFETCH(QString, command);
+        const QString lock = m_file + QStringLiteral(".lock");
+        QCOMPARE(QProcess::execute(QStringLiteral("sh"), {QStringLiteral("-c"), command, lock}), 0);
         save(m_file, QStringLiteral("name"), QStringLiteral("value"));
         QVERIFY(contentOf(m_file).contains("name=value"));
     }
 
-    void lockOfALivingOwnerStays()
+    void lockOfAProcessThatHangsIsTakenAway()
     {
         const QString lock = m_file + QStringLiteral(".lock");
         stored::write(lock, "");
         const int owner = ::open(QFile::encodeName(lock).constData(), O_RDWR | O_CLOEXEC);
         QVERIFY(owner >= 0);
         QCOMPARE(::flock(owner, LOCK_EX | LOCK_NB), 0);
-        prepareSettingsFile(m_file);
-        QVERIFY(QFile::exists(lock));
+        save(m_file, QStringLiteral("name"), QStringLiteral("value"));
+        QVERIFY(contentOf(m_file).contains("name=value"));
         ::close(owner);
-        prepareSettingsFile(m_file);
-        QVERIFY(!QFile::exists(lock));
+    }
+
+    void savingWaitsForAnotherProcessThatSaves()
+    {
+        QLockFile other(m_file + QStringLiteral(".lock"));
+        QVERIFY(other.lock());
+        const std::unique_ptr<QThread> release(QThread::create([&other] {
+            QThread::msleep(50);
+            other.unlock();
+        }));
+        release->start();
+        save(m_file, QStringLiteral("name"), QStringLiteral("value"));
+        QVERIFY(contentOf(m_file).contains("name=value"));
+        release->wait();
+    }
+
+    void lockInAFolderThatCannotBeWrittenLeavesTheValueOut()
+    {
+        if (::geteuid() != 0
+            || QProcess::execute(
+                   QStringLiteral("mount"),
+                   {QStringLiteral("-t"), QStringLiteral("tmpfs"), QStringLiteral("tmpfs"), m_folder->path()})
+                != 0)
+            QSKIP("Mounting a file system is refused here");
+        stored::write(m_file, "[General]\nname=old\n");
+        stored::write(m_file + QStringLiteral(".lock"), "");
+        QCOMPARE(QProcess::execute(QStringLiteral("mount"),
+                                   {QStringLiteral("-o"), QStringLiteral("remount,ro"), m_folder->path()}),
+                 0);
+        {
+            QSettings settings(m_file, QSettings::IniFormat);
+            settingsfile::saveValue(settings, QStringLiteral("name"), QStringLiteral("new"));
+            QCOMPARE(settings.value(QStringLiteral("name")).toString(), QStringLiteral("old"));
+        }
+        QCOMPARE(QProcess::execute(QStringLiteral("umount"), {m_folder->path()}), 0);
+    }
+
+    void whatIsNoSettingsFileIsSetAside()
+    {
+        QCOMPARE(QProcess::execute(QStringLiteral("mkfifo"), {m_file}), 0);
+        settingsfile::prepare(m_file);
+        QVERIFY(!QFileInfo::exists(m_file));
+        QVERIFY(QFileInfo::exists(m_file + QStringLiteral(".bad")));
+    }
+
+    void whatIsTooLargeIsSetAside()
+    {
+        stored::write(m_file, QByteArray(1024 * 1024 + 1, 'x'));
+        settingsfile::prepare(m_file);
+        QVERIFY(!QFileInfo::exists(m_file));
+        QVERIFY(QFileInfo::exists(m_file + QStringLiteral(".bad")));
+    }
+
+    void ordinaryFilesAndFoldersStay()
+    {
+        stored::write(m_file, "[General]\nname=value\n");
+        settingsfile::prepare(m_file);
+        settingsfile::prepare(m_folder->path());
+        settingsfile::prepare(m_folder->filePath(QStringLiteral("missing")));
+        QVERIFY(QFileInfo::exists(m_file));
     }
 
     void unparsableFileIsKept()
@@ -112,10 +184,11 @@ private Q_SLOTS:
         QVERIFY(!QFile::exists(m_file + QStringLiteral(".bad")));
     }
 
-    void missingFileAndFolderAreFine()
+    void missingFolderIsMade()
     {
-        prepareSettingsFile(m_folder->filePath(QStringLiteral("no/such/folder/settings.ini")));
-        QVERIFY(!QFile::exists(m_folder->filePath(QStringLiteral("no"))));
+        const QString file = m_folder->filePath(QStringLiteral("new/folder/settings.ini"));
+        save(file, QStringLiteral("name"), QStringLiteral("value"));
+        QVERIFY(contentOf(file).contains("name=value"));
     }
 
 private:
