@@ -40,6 +40,7 @@ void showAboutBox(const QString &version)
 
     auto *const row = new QHBoxLayout;
     row->setAlignment(Qt::AlignCenter);
+    row->setSpacing(0);
     row->addWidget(createIcon(&box));
     row->addSpacing(50);
     row->addWidget(createMainText(version, &box));

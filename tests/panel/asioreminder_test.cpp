@@ -2,6 +2,7 @@
 
 #include "debuglines.h"
 #include "mainwindow.h"
+#include "nextdialog.h"
 #include "realinput.h"
 #include "screenshots.h"
 #include "storedsettings.h"
@@ -17,30 +18,6 @@
 #include <functional>
 
 namespace {
-
-/// Works the reminder once it is on the screen and active.
-class OnReminder
-{
-public:
-    explicit OnReminder(std::function<void(QMessageBox &)> work)
-    {
-        QObject::connect(&m_poll, &QTimer::timeout, &m_poll, [this, work = std::move(work)] {
-            auto *const box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget());
-            if (box == nullptr || !box->isActiveWindow())
-                return;
-            m_poll.stop();
-            m_seen = true;
-            work(*box);
-        });
-        m_poll.start(20);
-    }
-
-    bool seen() const { return m_seen; }
-
-private:
-    QTimer m_poll;
-    bool m_seen = false;
-};
 
 QString panelReminder()
 {
@@ -90,7 +67,8 @@ private Q_SLOTS:
         QFETCH(QLocale::Language, language);
         QFETCH(QString, message);
         QFETCH(QString, checkBox);
-        const OnReminder reminder([&](QMessageBox &box) {
+        const NextDialog reminder([&](QDialog &dialog) {
+            auto &box = static_cast<QMessageBox &>(dialog);
             QCOMPARE(box.icon(), QMessageBox::Information);
             QCOMPARE(box.windowTitle(), QStringLiteral("VELMAR KD-MX Series Information"));
             QCOMPARE(box.text(), message);
@@ -107,9 +85,27 @@ private Q_SLOTS:
         QVERIFY(reminder.seen());
     }
 
+    void speaksTheSystemsLanguage()
+    {
+        // Qt asks for the system's locale once per process: this program is run again for each one.
+        const QByteArray locale = qgetenv("LC_ALL");
+        const QString checkBox = locale.startsWith("ja") ? QStringLiteral("次からは表示しない")
+            : locale.startsWith("zh")                    ? QStringLiteral("不再提示")
+                                                         : QStringLiteral("Do not show again");
+        // The program's own default locale does not count.
+        QLocale::setDefault(QLocale(QLocale::French));
+        const NextDialog reminder([&](QDialog &box) {
+            QCOMPARE(box.findChild<QCheckBox *>()->text(), checkBox);
+            realinput::key(QStringLiteral("Escape"));
+        });
+        const MainWindow window;
+        QVERIFY(reminder.seen());
+    }
+
     void checkBoxTogglesWithoutClosing()
     {
-        const OnReminder reminder([](QMessageBox &box) {
+        const NextDialog reminder([](QDialog &dialog) {
+            auto &box = static_cast<QMessageBox &>(dialog);
             auto *const check = box.findChild<QCheckBox *>();
             QSignalSpy clicked(check, &QCheckBox::clicked);
             QSignalSpy toggled(check, &QCheckBox::toggled);
@@ -135,7 +131,8 @@ private Q_SLOTS:
     void everyWayToCloseIsOk()
     {
         QFETCH(QString, key);
-        const OnReminder reminder([&](QMessageBox &box) {
+        const NextDialog reminder([&](QDialog &dialog) {
+            auto &box = static_cast<QMessageBox &>(dialog);
             realinput::click(box.findChild<QCheckBox *>(), QPoint(8, 8));
             realinput::key(key);
         });
@@ -146,7 +143,8 @@ private Q_SLOTS:
 
     void turningItOffIsWrittenToBothStores()
     {
-        const OnReminder reminder([](QMessageBox &box) {
+        const NextDialog reminder([](QDialog &dialog) {
+            auto &box = static_cast<QMessageBox &>(dialog);
             realinput::click(box.findChild<QCheckBox *>(), QPoint(8, 8));
             realinput::click(box.button(QMessageBox::Ok));
         });
@@ -160,7 +158,10 @@ private Q_SLOTS:
     void closingItUncheckedChangesNothing()
     {
         stored::writeReminder(true);
-        const OnReminder reminder([](QMessageBox &box) { realinput::click(box.button(QMessageBox::Ok)); });
+        const NextDialog reminder([](QDialog &dialog) {
+            auto &box = static_cast<QMessageBox &>(dialog);
+            realinput::click(box.button(QMessageBox::Ok));
+        });
         const MainWindow window;
         QVERIFY(reminder.seen());
         QCOMPARE(panelReminder(), QStringLiteral("true"));
@@ -184,7 +185,7 @@ private Q_SLOTS:
         QFETCH(QByteArray, file);
         QFETCH(bool, shown);
         stored::write(stored::panelFile(), file);
-        const OnReminder reminder([](QMessageBox &) { realinput::key(QStringLiteral("Escape")); });
+        const NextDialog reminder([](QDialog &) { realinput::key(QStringLiteral("Escape")); });
         const MainWindow window;
         QCOMPARE(reminder.seen(), shown);
     }
@@ -192,7 +193,7 @@ private Q_SLOTS:
     void driversCopyIsNeverRead()
     {
         stored::write(stored::driverFile(), "[General]\nWakeUp=false\nblockFrames=256\nsampleType=18\n");
-        const OnReminder reminder([](QMessageBox &) { realinput::key(QStringLiteral("Escape")); });
+        const NextDialog reminder([](QDialog &) { realinput::key(QStringLiteral("Escape")); });
         const MainWindow window;
         QVERIFY(reminder.seen());
     }
@@ -201,7 +202,7 @@ private Q_SLOTS:
     {
         const DebugLines lines;
         QStringList before;
-        const OnReminder reminder([&](QMessageBox &) {
+        const NextDialog reminder([&](QDialog &) {
             before = DebugLines::take();
             realinput::key(QStringLiteral("Escape"));
         });

@@ -1,6 +1,7 @@
 #include "mainwindow.h"
 
 #include "identity.h"
+#include "nextdialog.h"
 #include "realinput.h"
 #include "screenshots.h"
 #include "storedsettings.h"
@@ -24,29 +25,17 @@
 
 namespace {
 
-/// Lets the modal dialog that comes next be looked at, and closes it.
-class NextDialog
+/// Lets the dialog that comes next be looked at, and closes it.
+class LookAtNextDialog : public NextDialog
 {
 public:
-    explicit NextDialog(std::function<void(QDialog &)> look)
-    {
-        QObject::connect(&m_poll, &QTimer::timeout, &m_poll, [this, look = std::move(look)] {
-            auto *const dialog = qobject_cast<QDialog *>(QApplication::activeModalWidget());
-            if (dialog == nullptr || !dialog->isActiveWindow())
-                return;
-            m_poll.stop();
-            m_seen = true;
-            look(*dialog);
+    explicit LookAtNextDialog(const std::function<void(QDialog &)> &look)
+        : NextDialog([look](QDialog &dialog) {
+            look(dialog);
             realinput::key(QStringLiteral("Escape"));
-        });
-        m_poll.start(20);
+        })
+    {
     }
-
-    bool seen() const { return m_seen; }
-
-private:
-    QTimer m_poll;
-    bool m_seen = false;
 };
 
 /// Stands in for the desktop's web browser and records what it is asked to open.
@@ -74,7 +63,7 @@ QAction *action(const MainWindow &window, const QString &name)
 QString aboutText(const MainWindow &window)
 {
     QString text;
-    const NextDialog dialog([&](QDialog &box) {
+    const LookAtNextDialog dialog([&](QDialog &box) {
         const auto labels = box.findChildren<QLabel *>();
         for (const QLabel *const label : labels)
             text += label->text() + u'\n';
@@ -198,7 +187,7 @@ private Q_SLOTS:
     void aboutBox()
     {
         const MainWindow window;
-        const NextDialog dialog([](QDialog &box) {
+        const LookAtNextDialog dialog([](QDialog &box) {
             QCOMPARE(box.windowTitle(), QStringLiteral("VELMAR KD-MX Series"));
             QCOMPARE(box.minimumSize(), QSize(600, 250));
             QCOMPARE(box.maximumSize(), QSize(600, 250));
@@ -211,7 +200,7 @@ private Q_SLOTS:
             QCOMPARE(labels.at(1)->font().weight(), QFont::Bold);
             QCOMPARE(labels.at(1)->font().family(), QStringLiteral("Arial"));
             QCOMPARE(labels.at(1)->margin(), 10);
-            QCOMPARE(labels.at(1)->x() - labels.at(0)->geometry().right() - 1 >= 50, true);
+            QCOMPARE(labels.at(1)->x() - labels.at(0)->geometry().right() - 1, 50);
             QCOMPARE(labels.at(3)->text(),
                      QStringLiteral("ASIO is a trademark and software of Steinberg Media Technologies GmbH"));
             QCOMPARE(labels.at(3)->font().pointSize(), 9);
@@ -241,7 +230,7 @@ private Q_SLOTS:
         QString expected = QString::fromUtf8(file.readAll());
         QVERIFY(expected.contains(u'\f'));
         expected.remove(u'\f').remove(u'\r');
-        const NextDialog dialog([&](QDialog &box) {
+        const LookAtNextDialog dialog([&](QDialog &box) {
             QCOMPARE(box.windowTitle(), QStringLiteral("License Information"));
             QCOMPARE(box.minimumSize(), QSize(650, 400));
             QCOMPARE(box.maximumSize(), QSize(650, 400));
@@ -257,7 +246,7 @@ private Q_SLOTS:
     {
         const MainWindow window;
         Q_CLEANUP_RESOURCE(panel);
-        const NextDialog dialog([&](QDialog &box) {
+        const LookAtNextDialog dialog([&](QDialog &box) {
             auto *const warning = qobject_cast<QMessageBox *>(&box);
             QVERIFY(warning != nullptr);
             QCOMPARE(warning->icon(), QMessageBox::Warning);

@@ -3,6 +3,7 @@
 #include "mainwindow.h"
 
 #include "asioreminder.h"
+#include "nextdialog.h"
 #include "screenshots.h"
 #include "storedsettings.h"
 
@@ -183,49 +184,33 @@ private Q_SLOTS:
     void reminder()
     {
         QFETCH(QLocale::Language, language);
-        bool seen = false;
-        QTimer poll;
-        connect(&poll, &QTimer::timeout, &poll, [&] {
-            auto *const box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget());
-            if (box == nullptr || !box->isVisible())
-                return;
-            poll.stop();
-            seen = true;
-            verifyLabelsFit(*box);
-            verifyInside(*box);
-            auto *const check = box->findChild<QCheckBox *>();
+        const NextDialog dialog([](QDialog &box) {
+            verifyLabelsFit(box);
+            verifyInside(box);
+            const auto *const check = box.findChild<QCheckBox *>();
             QVERIFY(check->sizeHint().width() <= check->width());
             saveScreenshot(
-                box, QStringLiteral("reminder-%1-%2x").arg(QString::fromLatin1(QTest::currentDataTag()), scale()));
-            box->close();
+                &box, QStringLiteral("reminder-%1-%2x").arg(QString::fromLatin1(QTest::currentDataTag()), scale()));
+            box.close();
         });
-        poll.start(50);
         showAsioReminder(language);
-        QVERIFY(seen);
+        QVERIFY(dialog.seen());
     }
 
     void dialogs()
     {
         MainWindow window;
         for (const QString &name : {QStringLiteral("actionVELMAR_Application"), QStringLiteral("actionLicense")}) {
-            bool seen = false;
-            QTimer poll;
-            connect(&poll, &QTimer::timeout, &poll, [&] {
-                auto *const dialog = qobject_cast<QDialog *>(QApplication::activeModalWidget());
-                if (dialog == nullptr || !dialog->isVisible())
-                    return;
-                poll.stop();
-                seen = true;
-                verifyLabelsFit(*dialog);
-                verifyInside(*dialog);
-                auto *const browser = dialog->findChild<QTextBrowser *>();
+            const NextDialog next([&](QDialog &dialog) {
+                verifyLabelsFit(dialog);
+                verifyInside(dialog);
+                const auto *const browser = dialog.findChild<QTextBrowser *>();
                 QVERIFY(browser == nullptr || browser->horizontalScrollBar()->maximum() == 0);
-                saveScreenshot(dialog, QStringLiteral("%1-%2x").arg(name, scale()));
-                dialog->close();
+                saveScreenshot(&dialog, QStringLiteral("%1-%2x").arg(name, scale()));
+                dialog.close();
             });
-            poll.start(50);
             window.findChild<QAction *>(name)->trigger();
-            QVERIFY(seen);
+            QVERIFY(next.seen());
         }
     }
 };

@@ -19,8 +19,35 @@ namespace {
 
 std::function<void()> onceRunning;
 
+constexpr auto highDpiPixmaps = static_cast<Qt::ApplicationAttribute>(13); // deprecated under its name
+
+/// Notes whether the attribute was set when the window was built, and when it was shown.
+class AttributeWatch : public QObject
+{
+public:
+    bool eventFilter(QObject *watched, QEvent *event) override
+    {
+        const bool isWindow = watched->inherits("MainWindow");
+        if (isWindow && event->type() == QEvent::WindowTitleChange)
+            whenBuilt = QCoreApplication::testAttribute(highDpiPixmaps);
+        if (isWindow && event->type() == QEvent::Show)
+            whenShown = QCoreApplication::testAttribute(highDpiPixmaps);
+        return false;
+    }
+
+    bool whenBuilt = true;
+    bool whenShown = false;
+};
+
+AttributeWatch *watch()
+{
+    static AttributeWatch instance;
+    return &instance;
+}
+
 void scheduleCheck()
 {
+    qApp->installEventFilter(watch());
     QTimer::singleShot(0, qApp, [] { onceRunning(); });
 }
 
@@ -52,6 +79,7 @@ class MainTest : public QObject
 private Q_SLOTS:
     void init()
     {
+        QCoreApplication::setAttribute(highDpiPixmaps, false);
         stored::clear();
         stored::writeReminder(false);
     }
@@ -63,7 +91,8 @@ private Q_SLOTS:
                      seen = true;
                      QCOMPARE(QCoreApplication::applicationVersion(), QStringLiteral("1.0.0.0"));
                      QCOMPARE(qgetenv("QT_AUTO_SCREEN_SCALE_FACTOR"), QByteArray("1"));
-                     QVERIFY(QCoreApplication::testAttribute(static_cast<Qt::ApplicationAttribute>(13)));
+                     QVERIFY(!watch()->whenBuilt);
+                     QVERIFY(watch()->whenShown);
                      QVERIFY(window.isVisible());
                      auto *const application = qobject_cast<QtSingleApplication *>(qApp);
                      QVERIFY(application != nullptr);

@@ -319,6 +319,59 @@ private Q_SLOTS:
         QCOMPARE(font.pixelSize(), 11);
     }
 
+    void textsHaveTheirFontAndColour_data()
+    {
+        QTest::addColumn<int>("pixels");
+        QTest::addColumn<QColor>("colour");
+        const QColor title(206, 211, 214);
+        const QColor caption(173, 192, 206);
+        QTest::newRow("label_titleBufferSize") << 21 << title;
+        QTest::newRow("label_title32bitFloat") << 21 << title;
+        QTest::newRow("label_bufferSizeTitle") << 14 << caption;
+        QTest::newRow("label_32bitFloatTitle1") << 14 << caption;
+        QTest::newRow("label_32bitFloatTitle2") << 14 << caption;
+        QTest::newRow("label_audioInterface") << 14 << caption;
+        QTest::newRow("cb_bufferSizeValue") << 14 << QColor(252, 254, 255);
+        QTest::newRow("tb_information") << 11 << caption;
+        QTest::newRow("tb_information_Float") << 11 << caption;
+        QTest::newRow("label_version") << 12 << caption;
+    }
+
+    void textsHaveTheirFontAndColour()
+    {
+        QFETCH(int, pixels);
+        QFETCH(QColor, colour);
+        MainWindow window;
+        window.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&window));
+        auto *const widget = window.findChild<QWidget *>(QString::fromLatin1(QTest::currentDataTag()));
+        widget->ensurePolished();
+        QCOMPARE(widget->font().pixelSize(), pixels);
+        QCOMPARE(widget->font().family(), QStringLiteral("Arial"));
+        QCOMPARE(widget->palette().color(widget->foregroundRole()), colour);
+    }
+
+    void picturesAndSurfacesAreDrawn()
+    {
+        MainWindow window;
+        window.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&window));
+        const QImage page = child<QWidget>(window, "alive")->grab().toImage();
+        const QImage background(QStringLiteral(":/Resource/Back_363x302.png"));
+        for (const QPoint corner : {QPoint(0, 0), QPoint(362, 0), QPoint(0, 301), QPoint(362, 301)})
+            QCOMPARE(page.pixelColor(corner), background.pixelColor(corner));
+        const QImage card = child<QLabel>(window, "label_bufferSizeTitle")->grab().toImage();
+        const QImage cardPicture(QStringLiteral(":/Resource/title_bg.png"));
+        QCOMPARE(card.pixelColor(150, 5), cardPicture.pixelColor(150, 5));
+        const QImage combo = child<QComboBox>(window, "cb_bufferSizeValue")->grab().toImage();
+        QCOMPARE(combo.pixelColor(200, 16), QColor(65, 77, 89));
+        for (const QString &rule :
+             {QStringLiteral("border-top-left-radius: 5px"), QStringLiteral("border-top-right-radius: 5px"),
+              QStringLiteral("QTabBar { font: 12px \"MS UI Gothic\";"), QStringLiteral("QTabBar::tab { color: black;"),
+              QStringLiteral("#tb_notConnected { background-color: rgb(0, 0, 0); color: rgb(255, 255, 255); }")})
+            QVERIFY2(window.styleSheet().contains(rule), qPrintable(rule));
+    }
+
     void slotsComeInTheirOrder()
     {
         const QMetaObject &meta = MainWindow::staticMetaObject;

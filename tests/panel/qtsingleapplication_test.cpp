@@ -36,7 +36,7 @@ constexpr bool slow = false;
 #endif
 
 // No test waits that long when it passes.
-constexpr int patience = 120000;
+constexpr int patience = 40000;
 
 // Added where a time is measured: what a busy machine may need to run a process that is ready to run.
 constexpr int tolerance = slow ? 3000 : 1000;
@@ -250,10 +250,10 @@ void QtSingleApplicationTest::messageActivatesTheWindow()
     QVERIFY(window.isMinimized());
 
     const ProbeProcess probe(m_ownRuntime, {QStringLiteral("--id"), applicationName});
-    QTRY_VERIFY_WITH_TIMEOUT(!window.isMinimized(), patience);
-    QVERIFY(window.isMaximized());
-    QVERIFY(window.isVisible());
     QTRY_VERIFY_WITH_TIMEOUT(probe.ended(), patience);
+    // The window manager tells of one state after the other.
+    QTRY_VERIFY_WITH_TIMEOUT(!window.isMinimized() && window.isMaximized(), patience);
+    QVERIFY(window.isVisible());
 }
 
 void QtSingleApplicationTest::messageLeavesTheWindowAlone()
@@ -351,7 +351,8 @@ void QtSingleApplicationTest::survivesSenders()
     }
     QTRY_COMPARE_WITH_TIMEOUT(spy.count(QVariantList{QStringLiteral("well behaved")}), 2, patience);
     senders.clear();
-    QTRY_COMPARE_WITH_TIMEOUT(openFiles(), filesBefore, patience);
+    // An earlier connection may have gone meanwhile.
+    QTRY_VERIFY_WITH_TIMEOUT(openFiles() <= filesBefore, patience);
     keepsItsFilesPrivate();
 }
 

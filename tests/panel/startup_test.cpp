@@ -1,12 +1,20 @@
 // The real program in processes of its own: starting, starting again, and starting in a bad world.
 
+#include "instancechannel.h"
+#include "instancelock.h"
+#include "logonsession.h"
+#include "messageframe.h"
 #include "panelprocess.h"
 #include "realinput.h"
+#include "singleinstanceid.h"
 #include "storedsettings.h"
 
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QFileInfo>
+#include <QLocalServer>
+#include <QLocalSocket>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -52,6 +60,49 @@ public:
 private:
     QTemporaryDir m_folder;
     bool m_mounted = false;
+};
+
+/// Plays a first instance of the panel that does as it is told: holds the lock and listens.
+class FirstInstance
+{
+public:
+    FirstInstance()
+        : m_channel(instanceChannel(
+            singleInstanceId(QFileInfo(qEnvironmentVariable("KDMX_PANEL")).canonicalFilePath(), logonSession())))
+        , m_lock(m_channel.lockName)
+    {
+        QLocalServer::removeServer(m_channel.serverName);
+        m_isListening = m_lock.tryLock() == InstanceLock::Result::Locked && m_server.listen(m_channel.serverName);
+    }
+
+    bool isListening() const { return m_isListening; }
+
+    /// The text that the next start sends; null if none comes.
+    QString receive()
+    {
+        QByteArray frame;
+        const auto isComplete = [&] {
+            if (m_sender == nullptr)
+                m_sender = m_server.nextPendingConnection();
+            if (m_sender != nullptr)
+                frame += m_sender->readAll();
+            return frame.size() >= 4 && messageframe::missingBytes(frame) == 0;
+        };
+        return QTest::qWaitFor(isComplete, 20000) ? messageframe::toText(frame) : QString();
+    }
+
+    void acknowledge()
+    {
+        m_sender->write(messageframe::acknowledgement);
+        m_sender->flush();
+    }
+
+private:
+    InstanceChannel m_channel;
+    InstanceLock m_lock;
+    QLocalServer m_server;
+    QLocalSocket *m_sender = nullptr;
+    bool m_isListening = false;
 };
 
 int stormStarts()
@@ -153,6 +204,31 @@ private Q_SLOTS:
         QCOMPARE(second.waitForExit(), 1);
         first.sendSignal(SIGCONT);
         QCOMPARE(first.close(), 0);
+    }
+
+    void secondStartSaysItsText()
+    {
+        FirstInstance first;
+        QVERIFY(first.isListening());
+        PanelProcess second;
+        QVERIFY(second.start());
+        QCOMPARE(first.receive(), QStringLiteral("Already App is Running!"));
+        first.acknowledge();
+        QCOMPARE(second.waitForExit(), 0);
+    }
+
+    void secondStartWaitsFiveSecondsForItsAcknowledgement()
+    {
+        FirstInstance first;
+        QVERIFY(first.isListening());
+        PanelProcess second;
+        QVERIFY(second.start());
+        QVERIFY(!first.receive().isEmpty());
+        QElapsedTimer sinceText;
+        sinceText.start();
+        QCOMPARE(second.waitForExit(), 1);
+        // The text goes out a moment after the clock of the second start has begun to run.
+        QVERIFY2(sinceText.elapsed() > 4500, qPrintable(QString::number(sinceText.elapsed())));
     }
 
     void nextStartTakesOverFromAKilledInstance()

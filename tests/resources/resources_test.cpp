@@ -68,6 +68,17 @@ QList<Entry> translationEntries()
     return entries;
 }
 
+/// The Japanese text of the entry whose source holds this part.
+QString translationOf(const QString &partOfSource)
+{
+    const QList<Entry> entries = translationEntries();
+    for (const Entry &entry : entries) {
+        if (entry.source.contains(partOfSource))
+            return entry.translation;
+    }
+    return {};
+}
+
 } // namespace
 
 class ResourcesTest : public QObject
@@ -97,7 +108,6 @@ private Q_SLOTS:
         const QResource resource(QString::fromLatin1(QTest::currentDataTag()));
         QVERIFY(resource.isValid());
         QCOMPARE(resource.compressionAlgorithm(), compression);
-        QCOMPARE(resource.locale(), QLocale());
     }
 
     void nothingElseIsCompiledIn()
@@ -259,6 +269,15 @@ private Q_SLOTS:
         QCOMPARE(inFile.size(), 4);
         for (const QString &text : richTexts)
             QVERIFY2(inFile.removeAll(text) == 1, qPrintable(text));
+        const QString firmwareNote = inFile.first();
+        QCOMPARE(
+            translationOf(QStringLiteral("DAW application")),
+            QStringLiteral(
+                "お使いになるDAWソフトウェアが32 bit float形式に対応していることを確認してから、ご利用ください。"));
+        QCOMPARE(translationOf(QStringLiteral("The lower the latency")),
+                 QStringLiteral(
+                     "設定値が小さいほど、オーディオ信号の遅れが小さくなりますが、パソコンの高速処理が要求されます。"));
+        QVERIFY(translationOf(firmwareNote).contains(QStringLiteral("1.30")));
         QVERIFY(inFile.first().contains(QStringLiteral("1.30")) && inFile.first().contains(QStringLiteral("1.10")));
     }
 };

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <QApplication>
+#include <QDialog>
+#include <QTimer>
+
+#include <functional>
+
+/**
+ * Works the modal dialog that comes next, once it is on the screen and active. Make one before the call that opens the
+ * dialog; the work has to close it. GUI thread.
+ */
+class NextDialog
+{
+public:
+    explicit NextDialog(std::function<void(QDialog &)> work)
+    {
+        QObject::connect(&m_poll, &QTimer::timeout, &m_poll, [this, work = std::move(work)] {
+            auto *const dialog = qobject_cast<QDialog *>(QApplication::activeModalWidget());
+            if (dialog == nullptr || !dialog->isActiveWindow())
+                return;
+            m_poll.stop();
+            m_seen = true;
+            work(*dialog);
+        });
+        m_poll.start(20);
+    }
+
+    /// Whether a dialog came.
+    bool seen() const { return m_seen; }
+
+private:
+    QTimer m_poll;
+    bool m_seen = false;
+};
