@@ -3,7 +3,17 @@
 
 packages_build=(g++ cmake ninja-build qt6-base-dev qt6-tools-dev qt6-l10n-tools)
 packages_display=(xvfb openbox x11-utils xdotool maim fonts-liberation fonts-ipafont-gothic fonts-wqy-microhei)
-packages_lint=(clang-format clang-tidy)
+packages_lint=(clang-format clang-tidy git)
+packages_benchmarks=(python3)
+
+# ask_for_packages PACKAGE ...
+#
+# Tells which command is to be run by somebody who may, and ends the script with 2.
+ask_for_packages() {
+    echo "These packages are missing. Install them and start again:" >&2
+    echo "    sudo apt-get update && sudo apt-get install --no-install-recommends $*" >&2
+    exit 2
+}
 
 # ensure_packages PACKAGE ...
 #
@@ -19,16 +29,17 @@ ensure_packages() {
     local as_root=()
     if [ "$(id -u)" -ne 0 ]; then
         as_root=(sudo -n)
-        if ! sudo -n true 2>/dev/null || ! command -v apt-get >/dev/null; then
-            echo "These packages are missing. Install them and start again:" >&2
-            echo "    sudo apt-get install --no-install-recommends ${missing[*]}" >&2
-            exit 2
+        if ! sudo -n true 2>/dev/null; then
+            ask_for_packages "${missing[@]}"
         fi
     fi
-    echo "Installing ${#missing[@]} packages: ${missing[*]}"
-    "${as_root[@]}" apt-get update -q
+    command -v apt-get >/dev/null || ask_for_packages "${missing[@]}"
+    echo "Installing ${#missing[@]} packages and what they need (a few minutes): ${missing[*]}"
+    "${as_root[@]}" apt-get update -qq
     "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
-        apt-get install -q -y --no-install-recommends "${missing[@]}"
+        apt-get install -qq -y --no-install-recommends -o Dpkg::Use-Pty=0 "${missing[@]}" |
+        sed -un 's/^Unpacking \([^ ]*\).*/    \1/p'
+    echo "Installed."
 }
 
 # build_preset PRESET [TARGET]
