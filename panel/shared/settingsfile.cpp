@@ -11,7 +11,7 @@ namespace settingsfile {
 
 namespace {
 
-constexpr qint64 largestFile = 1024 * 1024;
+constexpr qint64 largestFile = 1'048'576;
 
 // A save takes milliseconds.
 constexpr int patienceMs = 500;
