@@ -1,7 +1,7 @@
 # The Debian packages that building, showing and testing need, and the function that installs the missing ones.
 # Read by ./run and ./test; a reason for each stands in the README's table.
 
-packages_build=(g++ cmake ninja-build qt6-base-dev qt6-tools-dev qt6-l10n-tools)
+packages_build=(g++ cmake ninja-build qt6-base-dev qt6-tools-dev qt6-l10n-tools libgtest-dev)
 packages_display=(xvfb openbox x11-utils xdotool maim fonts-liberation fonts-ipafont-gothic fonts-wqy-microhei)
 packages_lint=(clang-format clang-tidy git)
 packages_benchmarks=(python3)
