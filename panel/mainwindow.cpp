@@ -48,6 +48,12 @@ void writeDriverValue(const QString &name, const QVariant &value)
     settingsfile::saveValue(settings, name, value);
 }
 
+void writePanelValue(const QString &key, const QVariant &value)
+{
+    QSettings settings = openPanelSettings();
+    settingsfile::saveValue(settings, key, value);
+}
+
 void writeBufferSize(uint frames)
 {
     writeDriverValue(identity::bufferSizeValueName, frames);
@@ -123,8 +129,7 @@ void MainWindow::remindOfAsioDriver()
     qDebug("%s", qUtf8Printable(m_reminderLanguage));
     if (!showAsioReminder(language))
         return;
-    QSettings settings = openPanelSettings();
-    settingsfile::saveValue(settings, reminderGroup + u'/' + reminderKey, false);
+    writePanelValue(reminderGroup + u'/' + reminderKey, false);
     // The driver's settings record as well that the reminder is off.
     writeDriverValue(reminderKey, false);
 }
