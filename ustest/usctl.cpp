@@ -1,6 +1,5 @@
 #include "usctl.h"
 
-#include "usdiagnostics.h"
 #include "usexchange.h"
 #include "usplatform.h"
 
@@ -9,6 +8,7 @@
 #include <cstring>
 
 using usexchange::element_t;
+using usexchange::fail;
 using usexchange::message_t;
 
 namespace {
@@ -21,11 +21,6 @@ constexpr int route_polls = 4;
 
 constexpr uint32_t poll_interval_ms = 10;
 constexpr uint32_t route_poll_interval_ms = 100;
-
-int fail(int line = __builtin_LINE())
-{
-    return usdiagnostics::print_error(usexchange::module_path, line);
-}
 
 void pause()
 {

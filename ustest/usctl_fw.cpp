@@ -1,4 +1,3 @@
-#include "usdiagnostics.h"
 #include "usexchange.h"
 #include "usplatform.h"
 
@@ -6,6 +5,7 @@
 #include <cstdio>
 
 using usexchange::element_t;
+using usexchange::fail;
 using usexchange::message_t;
 
 namespace {
@@ -27,11 +27,6 @@ constexpr uint32_t completion_interval_ms = 1000;
 // Numbers that tell the two causes of a time-out apart.
 constexpr int zero_allowance = 255;
 constexpr int offset_mismatch = 257;
-
-int fail(int line = __builtin_LINE())
-{
-    return usdiagnostics::print_error(usexchange::module_path, line);
-}
 
 /// What the unit says about the transfer: how many bytes it takes now, and from which offset on.
 struct status_t

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "usctl.h"
+#include "usdiagnostics.h"
 
 /**
  * What the control commands and the firmware transfer have in common. Internal to the module usctl: its diagnostic
@@ -8,7 +9,11 @@
  */
 namespace usexchange {
 
-inline constexpr const char *module_path = "../../ustest/usctl.cpp";
+/// Prints the error line of the module for the calling line; 1, the result of a failed step.
+inline int fail(int line = __builtin_LINE())
+{
+    return usdiagnostics::print_error("../../ustest/usctl.cpp", line);
+}
 
 /// A message of the largest size with its own, cleared bytes, and the cursor at its start.
 struct message_t
