@@ -23,3 +23,11 @@ if(KDMX_SANITIZE)
         -fsanitize=${KDMX_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
     target_link_options(kdmx_compile_options INTERFACE -fsanitize=${KDMX_SANITIZE})
 endif()
+
+# kdmx_optimize_as_one(TARGET ...)
+#
+# Optimises libraries and the programs that link them across the borders of source files, in what users get: reading a
+# message is many small calls. Only where it is worth the longer links.
+function(kdmx_optimize_as_one)
+    set_property(TARGET ${ARGN} PROPERTY INTERPROCEDURAL_OPTIMIZATION_RELEASE ON)
+endfunction()

@@ -486,6 +486,8 @@ int usctl_dump_routes(usdev_t **unit, char *text, uint32_t capacity, uint32_t *l
 {
     if (usctl_set_route(unit, 0, 0, 0, 0) != 0)
         return fail();
+    if (text != nullptr && capacity > 0)
+        text[0] = 0;
     text_t lines = {text, capacity};
     route_dump_t dump;
     for (int poll = 0; poll < route_polls; ++poll) {

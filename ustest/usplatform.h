@@ -7,8 +7,9 @@
  * header and runs against a substitute in tests.
  *
  * A platform is a table of functions. The program links exactly one file that defines usplatform_default
- * (usplatform_windows.cpp, usplatform_linux.cpp or usplatform_null.cpp, chosen by the build); usplatform_use() puts
- * another table in its place. Both are constant-initialised, so the link works before main().
+ * (usplatform_windows.cpp, usplatform_linux.cpp or usplatform_null.cpp, chosen by what it links: kdmx_ustest_system or
+ * kdmx_ustest_null); usplatform_use() puts another table in its place. Both are constant-initialised, so the link
+ * works before main().
  *
  * All functions are called on the thread that entered the link, one at a time, and may block as told. Texts are UTF-16
  * and zero-terminated; sizes in units include the terminating zero.
@@ -17,8 +18,17 @@
 /// Invalid-handle mark of usplatform_t::open and usplatform_t::enumerate.
 inline constexpr intptr_t USPLATFORM_INVALID_HANDLE = -1;
 
-/// Error code (ERROR_GEN_FAILURE) of a transfer that failed for the moment: the one failure worth a retry.
-inline constexpr uint32_t USPLATFORM_ERROR_TRANSIENT = 31;
+/**
+ * Error codes of usplatform_t::last_error, in the numbers of Windows on every system. A platform may report others.
+ */
+enum usplatform_error_t : uint32_t {
+    USPLATFORM_ERROR_NOT_FOUND = 2, ///< there is no such path
+    USPLATFORM_ERROR_ACCESS_DENIED = 5, ///< this user may not open the path
+    USPLATFORM_ERROR_TRANSIENT = 31, ///< the unit did not respond for the moment: the one failure worth a retry
+    USPLATFORM_ERROR_CANCELLED = 995, ///< the transfer was called off
+    USPLATFORM_ERROR_IO = 1117, ///< the transfer failed
+    USPLATFORM_ERROR_NOT_CONNECTED = 1167, ///< the unit went away during the transfer
+};
 
 /// A device interface class, in the layout of the system's GUID.
 struct usplatform_class_t
@@ -131,14 +141,28 @@ struct usplatform_t
 /// The platform that the build has chosen.
 extern const usplatform_t usplatform_default;
 
-/// The platform in use; never null. Any thread.
+/// Replaces functions in the table of a platform.
+using usplatform_layer_t = void (*)(usplatform_t *table);
+
+/// The platform in use, with the layer over it if there is one; never null. Any thread.
 const usplatform_t *usplatform();
+
+/// The platform in use without the layer; never null. For the layer itself.
+const usplatform_t *usplatform_unwatched();
 
 /**
  * Puts another platform in the default one's place.
  *
  * @param platform  must live as long as it is in use; null brings the default one back
  *
- * Call it while no other thread is in the link.
+ * Call it, and usplatform_interpose(), while no other thread is in the link.
  */
 void usplatform_use(const usplatform_t *platform);
+
+/**
+ * Lays functions over those of whatever platform is in use; uswatch.h is who does this.
+ *
+ * @param layer  called at once and with each change of platform: gets a copy of the platform's table and replaces
+ *               functions in it; null takes the layer away
+ */
+void usplatform_interpose(usplatform_layer_t layer);

@@ -6,8 +6,6 @@
 
 namespace {
 
-constexpr uint32_t error_not_found = 2;
-
 int start()
 {
     return 0;
@@ -75,7 +73,7 @@ void release(void *memory)
 
 uint32_t last_error()
 {
-    return error_not_found;
+    return USPLATFORM_ERROR_NOT_FOUND;
 }
 
 void error_text(uint32_t, char16_t *text, uint32_t)

@@ -616,6 +616,16 @@ TEST(UsctlRoutes, OutputsMayBeNullAndFailuresEnd)
     EXPECT_EQ(length, 23U);
 }
 
+TEST(UsctlRoutes, NoLineIsAnEmptyText)
+{
+    Conversation talk;
+    std::array<char, 4> text = {'a', 'b', 'c', 'd'};
+    uint32_t length = 7;
+    EXPECT_EQ(usctl_dump_routes(&talk.unit, text.data(), text.size(), &length), 0);
+    EXPECT_EQ(length, 0U);
+    EXPECT_EQ(text, (std::array<char, 4>{'\0', 'b', 'c', 'd'}));
+}
+
 TEST(UsctlDebug, TakesTheTextOfOneBlockWithoutAsking)
 {
     Conversation talk;
