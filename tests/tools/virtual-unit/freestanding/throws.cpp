@@ -1,0 +1,6 @@
+int sample(int value)
+{
+    if (value < 0)
+        throw value;
+    return value;
+}
