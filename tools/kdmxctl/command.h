@@ -1,0 +1,74 @@
+#pragma once
+
+#include "options.h"
+#include "output.h"
+#include "session.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace CLI {
+class App;
+}
+
+namespace kdmxctl {
+
+/// What the help says about a command.
+struct CommandTexts
+{
+    std::string name; ///< "fader"
+    std::string arguments; ///< "get|set CHANNEL NUMBER [VALUE]"; may be empty
+    std::string summary; ///< a few words
+    std::string details; ///< paragraphs, with examples
+};
+
+/**
+ * One command of the program. The order of calls: texts(), define(), then for the one that was chosen check() and
+ * run().
+ */
+class Command
+{
+public:
+    Command() = default;
+    virtual ~Command() = default;
+    Command(const Command &) = delete;
+    Command &operator=(const Command &) = delete;
+
+    virtual CommandTexts texts() const = 0;
+
+    /// Declares arguments and options of the command's own. They are bound to members.
+    virtual void define(CLI::App *app);
+
+    /**
+     * Looks at the arguments, and at files that they name, before the unit is looked for; throws bad arguments.
+     *
+     * @return whether the command sets something that can be read back
+     */
+    virtual bool check(const Options &options);
+
+    /// Whether the unit is to be read once before the command: not where that read is the command.
+    virtual bool wants_probe() const { return true; }
+
+    /// Does it; throws a Failure. The unit was found.
+    virtual Result run(Session *session, const Options &options) = 0;
+};
+
+using Commands = std::vector<std::unique_ptr<Command>>;
+
+// The commands, each group in a file of its own; each function appends its group in the order of the help.
+void add_identity_commands(Commands *commands);
+void add_setting_commands(Commands *commands);
+void add_channel_commands(Commands *commands);
+void add_route_commands(Commands *commands);
+void add_number_commands(Commands *commands);
+void add_raw_commands(Commands *commands);
+void add_firmware_commands(Commands *commands);
+
+/// A failure for a read-back that differs from what was set.
+Failure not_verified(const std::string &what, const std::string &wanted, const std::string &found);
+
+/// " (verified)" when the setting was read back.
+std::string verified_mark(const Options &options);
+
+} // namespace kdmxctl
