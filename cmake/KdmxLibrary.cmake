@@ -24,3 +24,11 @@ function(kdmx_link_whole target)
     endforeach()
     target_link_libraries(${target} PRIVATE kdmx_compile_options)
 endfunction()
+
+# kdmx_link_panel(TARGET)
+#
+# Links what the panel consists of, all but its main(): the panel itself and its tests.
+function(kdmx_link_panel target)
+    kdmx_link_whole(${target} kdmx_resources kdmx_ustest kdmx_device kdmx_shared kdmx_panel)
+    target_link_libraries(${target} PRIVATE kdmx_ustest_system)
+endfunction()

@@ -7,6 +7,7 @@
 #include "identity.h"
 #include "licensedialog.h"
 #include "panelsettings.h"
+#include "qusdevice.h"
 #include "settingsfile.h"
 #include "ui_mainwindow.h"
 
@@ -16,6 +17,10 @@
 #include <array>
 
 namespace {
+
+// The recorder unit. It is looked for before main(), so that nothing waits for that later; the window of this version
+// asks nothing of it.
+QUSDevice usDevice;
 
 // Sample frames, in the order of the combo box.
 constexpr std::array<uint, 6> bufferSizes = {64, 128, 256, 512, 1024, 2048};

@@ -11,8 +11,8 @@
  * kdmx_ustest_null); usplatform_use() puts another table in its place. Both are constant-initialised, so the link
  * works before main().
  *
- * All functions are called on the thread that entered the link, one at a time, and may block as told. Texts are UTF-16
- * and zero-terminated; sizes in units include the terminating zero.
+ * All functions but cancel() are called on the thread that entered the link, one at a time, and may block as told.
+ * Texts are UTF-16 and zero-terminated; sizes in units include the terminating zero.
  */
 
 /// Invalid-handle mark of usplatform_t::open and usplatform_t::enumerate.
@@ -136,6 +136,13 @@ struct usplatform_t
 
     /// Lets the thread sleep for at least this time.
     void (*sleep)(uint32_t milliseconds);
+
+    /**
+     * Calls off the I/O control that is in flight, from another thread: it then fails with USPLATFORM_ERROR_CANCELLED.
+     *
+     * Does nothing when there is none at this moment, so ask again. Null where the system cannot do it.
+     */
+    void (*cancel)() = nullptr;
 };
 
 /// The platform that the build has chosen.

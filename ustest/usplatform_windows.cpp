@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <utility>
 
 // Windows: SetupAPI finds the devices, kernel32 talks to them.
 
@@ -133,10 +134,55 @@ intptr_t open(const char16_t *path)
     return reinterpret_cast<intptr_t>(handle);
 }
 
+/// Makes the thread that waits in an I/O control known to cancel(), for as long as this object lives.
+class CancellableThread
+{
+public:
+    CancellableThread()
+    {
+        const HANDLE process = GetCurrentProcess();
+        HANDLE thread = nullptr;
+        DuplicateHandle(process, GetCurrentThread(), process, &thread, 0, FALSE, DUPLICATE_SAME_ACCESS);
+        exchange(thread);
+    }
+
+    ~CancellableThread()
+    {
+        const DWORD error = GetLastError();
+        CloseHandle(exchange(nullptr));
+        // The caller of control() still wants to know it.
+        SetLastError(error);
+    }
+
+    CancellableThread(const CancellableThread &) = delete;
+    CancellableThread &operator=(const CancellableThread &) = delete;
+
+    static void cancel()
+    {
+        AcquireSRWLockExclusive(&lock);
+        if (waiting != nullptr)
+            CancelSynchronousIo(waiting);
+        ReleaseSRWLockExclusive(&lock);
+    }
+
+private:
+    static HANDLE exchange(HANDLE thread)
+    {
+        AcquireSRWLockExclusive(&lock);
+        std::swap(waiting, thread);
+        ReleaseSRWLockExclusive(&lock);
+        return thread;
+    }
+
+    static inline constinit SRWLOCK lock = SRWLOCK_INIT;
+    static inline constinit HANDLE waiting = nullptr;
+};
+
 int control(intptr_t handle, uint32_t code, const void *in, uint32_t in_length, void *out, uint32_t out_length,
             uint32_t *returned)
 {
     DWORD count = 0;
+    const CancellableThread cancellable;
     // The system takes the input as writable, and does not write it.
     const BOOL done =
         DeviceIoControl(handle_of(handle), code, const_cast<void *>(in), in_length, out, out_length, &count, nullptr);
@@ -208,4 +254,5 @@ constinit const usplatform_t usplatform_default = {
     .last_error = last_error,
     .error_text = error_text,
     .sleep = sleep,
+    .cancel = CancellableThread::cancel,
 };

@@ -1,0 +1,172 @@
+#pragma once
+
+#include "requests.h"
+#include "usmsg.h"
+
+#include <QByteArray>
+#include <QMetaType>
+#include <QObject>
+#include <QPointer>
+#include <QString>
+
+#include <cstdint>
+#include <memory>
+
+class DeviceThread;
+class QUSDeviceUnit;
+class TransferGate;
+
+Q_DECLARE_METATYPE(usmsg_data_ch_t)
+Q_DECLARE_METATYPE(usmsg_data_ch_type_t)
+
+/**
+ * The recorder unit as a Qt object: takes requests, packs them into messages, and announces by signal what the unit
+ * reports.
+ *
+ * Nothing here waits for the unit but construction (which looks for it) and destruction: a worker (QUSDeviceUnit) does
+ * that on a thread of its own. Requests wait until the unit has said that it is ready, and are sent as many at a time
+ * as fit into a message. Nothing polls a busy unit: pending requests wait for the next read, and a read comes with the
+ * next request, so whoever needs an answer asks again.
+ *
+ * May be made before the application object and may outlive it; requests made early are carried out once there is one.
+ * One at a time in a process, for the device link knows one unit. Belongs to the thread that makes it, and is called
+ * and emits there. Rests on usctl.h and Qt Core.
+ *
+ * A failed transfer is no error to the user: it resets what was announced about the unit's identity (version and build
+ * 0, empty texts), which is how listeners learn that the unit is gone.
+ */
+class QUSDevice : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// Looks for the unit and starts the worker. @param parent  owner, or null
+    explicit QUSDevice(QObject *parent = nullptr);
+
+    /**
+     * Ends the worker: no transfer begins any more, and the one in flight is waited for (on Windows called off). A
+     * worker that hangs for longer than 3 s is left behind with what it uses.
+     */
+    ~QUSDevice() override;
+
+    // Requests. Each is remembered, once, and sent when the unit is ready.
+
+    /// Asks for the identity: sig_recv_version, _build, _productname, _builddate, _buildtime.
+    void request_version();
+
+    /// Asks for the sample rate: sig_recv_hz.
+    void request_hz();
+
+    /// Asks for the auto power save setting: sig_recv_autopowersave.
+    void request_autopowersave();
+
+    /// Asks for the stereo mode of the direct monitor: sig_recv_stereo.
+    void request_stereo();
+
+    /// Asks for the mutes of audio inputs 1 and 2: sig_recv_mute for each.
+    void request_mute();
+
+    /// Asks for the fader level of the direct monitor: sig_recv_fader.
+    void request_fader();
+
+    /// Switches auto power save; 0 is off.
+    void set_autopowersave(uint8_t value);
+
+    /// Sets the stereo mode of the direct monitor, usmsg_data_ch_type_t; the low byte is sent.
+    void set_monitor_mode(uint32_t mode);
+
+    /// Sends the setting USMSG_ID_SET_U32.
+    void set_u32(uint32_t value);
+
+    /**
+     * Sets the mute of an audio input. A value equal to the last one is not sent; the first is compared with 0.
+     *
+     * @param ch_type  USMSG_DATA_CH_ANALOG_IN
+     * @param ch_no    1 or 2
+     * @param value    0 switches the input on
+     * @return whether the channel was accepted
+     */
+    bool set_input_switch(uint32_t ch_type, uint8_t ch_no, uint8_t value);
+
+    /**
+     * Sets the input volume. A value equal to the last one is not sent; the first is compared with 0.
+     *
+     * @param ch_type  USMSG_DATA_CH_DIRECTMONITOR_OUT
+     * @param ch_no    1
+     * @return whether the channel was accepted
+     */
+    bool set_input_volume(uint32_t ch_type, uint8_t ch_no, uint8_t value);
+
+    /// Forgets the identity and announces that it is unknown. Sends nothing.
+    void reset_identity();
+
+Q_SIGNALS:
+    // To the worker.
+    void sig_deselect();
+    void sig_is_selected();
+    void sig_us_send(const QByteArray &usmsg_data);
+    void sig_us_recv();
+
+    /// Debug text of the unit's firmware.
+    void sig_recv_debug(const QString &debug_log);
+
+    /// Sample rate in Hz.
+    void sig_recv_hz(uint32_t hz);
+
+    void sig_recv_autopowersave(bool mode);
+    void sig_recv_stereo(usmsg_data_ch_t ch_type, uint8_t ch_no, usmsg_data_ch_type_t mode);
+    void sig_recv_mute(usmsg_data_ch_t ch_type, uint8_t ch_no, bool on);
+    void sig_recv_fader(usmsg_data_ch_t ch_type, uint8_t ch_no, uint8_t value);
+
+    // The identity; 0 or empty when it was reset.
+    void sig_recv_version(uint16_t version);
+    void sig_recv_build(uint16_t build);
+    void sig_recv_productname(const QString &productname);
+    void sig_recv_builddate(const QString &builddate);
+    void sig_recv_buildtime(const QString &buildtime);
+
+public Q_SLOTS:
+    // From the worker.
+    void recv_deselect(bool ret);
+    void recv_is_selected(bool ret);
+    void recv_us_send_result(bool result);
+    void recv_us_recv_result(bool result, const QByteArray &usmsg_data);
+
+private:
+    /// What is under way in one direction.
+    enum State : int {
+        Idle = 0,
+        Again = 1, ///< in flight, and wanted once more
+        InFlight = 2,
+    };
+
+    struct Element;
+    struct Channel;
+
+    void startWorker();
+    bool waitForWorker();
+    void connectWorker();
+    void sendRequests();
+    void requestRead();
+    void parse(const QByteArray &usmsg_data);
+    void parseBlock(usmsg_buf_t *block, Channel *channel);
+    void dispatch(const Element &element, Channel *channel);
+    void dispatchChannelValue(const Element &element, const Channel &channel);
+    void dispatchIdentity(const Element &element);
+    void takeReadyFlag(bool ready);
+
+    int m_sendState = Idle;
+    int m_receiveState = Idle;
+    uint8_t m_unitReady = 0;
+    Queries m_queries;
+    uint16_t m_version = 0;
+    uint16_t m_build = 0;
+    QString m_buildDate;
+    QString m_buildTime;
+    QPointer<QUSDeviceUnit> m_unit; ///< lives on m_thread; deletes itself there, or is deleted after its end
+    QPointer<DeviceThread> m_thread;
+    uint8_t m_deselected = 0;
+    uint8_t m_selected = 0;
+    Settings m_settings;
+    std::unique_ptr<TransferGate> m_gate;
+};

@@ -1,0 +1,69 @@
+#pragma once
+
+#include "usmsg.h"
+
+#include <cstdint>
+
+/**
+ * The requests to the unit that wait for a message, and how they are packed into one.
+ *
+ * Plain data: the owner decides when a message is made and what becomes of it. Zeroed, nothing is pending.
+ */
+
+/// Questions to the unit. Each is 0, or 1 while it is pending.
+struct Queries
+{
+    uint8_t version = 0;
+    uint8_t hz = 0;
+    uint8_t autopowersave = 0;
+    uint8_t stereo = 0;
+    uint8_t mute = 0; ///< no flag but a counter: the audio input to be asked next, 1 or 2; 0 is none
+    uint8_t fader = 0;
+};
+
+/// A setting of the unit that waits to be sent.
+template <typename Value>
+struct Setting
+{
+    uint8_t pending = 0;
+    Value value = 0;
+};
+
+/// A setting of one channel that waits to be sent, or its value that was sent last.
+struct ChannelSetting
+{
+    uint32_t ch = 0; ///< usmsg_data_ch_t
+    uint8_t ch_no = 0;
+    uint8_t value = 0;
+    uint8_t pending = 0;
+
+    /**
+     * Takes a new value.
+     *
+     * @return whether it differs from the one before; only then it is pending
+     */
+    bool store(uint32_t new_ch, uint8_t new_ch_no, uint8_t new_value);
+};
+
+/// Settings of the unit.
+struct Settings
+{
+    Setting<uint8_t> autopowersave;
+    Setting<uint32_t> monitorMode; ///< usmsg_data_ch_type_t; the low byte is sent
+    Setting<uint32_t> u32; ///< USMSG_ID_SET_U32
+    ChannelSetting inputSwitches[2]; ///< of audio inputs 1 and 2
+    ChannelSetting inputVolume;
+};
+
+/**
+ * Appends the pending requests to a message, as many as fit, always in the same order. What was appended is no longer
+ * pending; what did not fit stays for the next message.
+ *
+ * A full message stops at once where a query or setting does not fit, with two exceptions: mutes that do not fit leave
+ * their counter at that input and let the fader query try, and a fader query that does not fit lets the settings try.
+ * Settings of a channel are appended whole or not at all; a query of a channel may be cut, and is then asked again
+ * whole.
+ *
+ * @param message  not ended by this function
+ */
+void appendRequests(Queries *queries, Settings *settings, usmsg_buf_t *message);

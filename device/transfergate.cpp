@@ -1,0 +1,40 @@
+#include "transfergate.h"
+
+TransferGate::TransferGate()
+{
+    uswatch_add(&m_watch);
+}
+
+TransferGate::~TransferGate()
+{
+    uswatch_remove(&m_watch);
+}
+
+void TransferGate::close()
+{
+    m_closed.store(true);
+}
+
+void TransferGate::cancel()
+{
+    const usplatform_t *const platform = usplatform();
+    if (platform->cancel != nullptr)
+        platform->cancel();
+}
+
+void TransferGate::abandon()
+{
+    m_abandoned.store(true);
+}
+
+void TransferGate::moved(void *gate, const uswatch_transfer_t *)
+{
+    const auto *const self = static_cast<const TransferGate *>(gate);
+    while (self->m_abandoned.load())
+        usplatform_unwatched()->sleep(1000);
+}
+
+uint32_t TransferGate::refuses(void *gate)
+{
+    return static_cast<const TransferGate *>(gate)->m_closed.load() ? uint32_t{USPLATFORM_ERROR_CANCELLED} : 0;
+}

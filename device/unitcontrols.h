@@ -1,0 +1,38 @@
+#pragma once
+
+#include <cstdint>
+
+class QUSDevice;
+
+/**
+ * What a window offers of the unit, in a musician's terms. Each change is logged as a debug line and made a request of
+ * the device; nothing waits. GUI thread. Rests on QUSDevice.
+ */
+class UnitControls
+{
+public:
+    /// @param device  must live as long as this object
+    explicit UnitControls(QUSDevice *device);
+
+    /// Hears the direct monitor of inputs 1-2 in stereo, or in mono. @param tag  a number for the log
+    void monitorStereo(bool stereo, uint8_t tag);
+
+    /// Sets the input volume of the direct monitor.
+    void inputVolume(uint8_t volume);
+
+    void autoPowerSave(bool on);
+
+    /// Switches an audio input. @param input  1 or 2
+    void audioInput(uint8_t input, bool on);
+
+    // Questions; the device's signals bring the answers.
+    void requestVersion();
+    void requestSampleRate();
+    void requestAutoPowerSave();
+    void requestStereo();
+    void requestMutes();
+    void requestFader();
+
+private:
+    QUSDevice *m_device;
+};
