@@ -1,5 +1,7 @@
 #include "command.h"
 
+#include "replayplatform.h"
+
 namespace kdmxctl {
 
 void Command::define(CLI::App *) { }
@@ -7,6 +9,26 @@ void Command::define(CLI::App *) { }
 bool Command::check(const Options &)
 {
     return false;
+}
+
+Result Command::run_on(const usplatform_t *platform, const Options &options, TraceWriter *trace)
+{
+    Session session(platform, options.timeout, trace);
+    session.find();
+    if (wants_probe())
+        session.probe();
+    Result result = run(&session, options);
+    if (options.replay) {
+        replayplatform::finish();
+        if (replayplatform::deviation() != nullptr)
+            throw session.failure({});
+    }
+    return result;
+}
+
+Result Command::run(Session *, const Options &)
+{
+    return {};
 }
 
 Failure not_verified(const std::string &what, const std::string &wanted, const std::string &found)

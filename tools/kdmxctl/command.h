@@ -25,7 +25,7 @@ struct CommandTexts
 
 /**
  * One command of the program. The order of calls: texts(), define(), then for the one that was chosen check() and
- * run().
+ * run_on(), which calls run().
  */
 class Command
 {
@@ -50,8 +50,16 @@ public:
     /// Whether the unit is to be read once before the command: not where that read is the command.
     virtual bool wants_probe() const { return true; }
 
-    /// Does it; throws a Failure. The unit was found.
-    virtual Result run(Session *session, const Options &options) = 0;
+    /**
+     * Finds the unit on a platform and does it; throws a Failure.
+     *
+     * @param trace  takes every transfer; may be null
+     */
+    virtual Result run_on(const usplatform_t *platform, const Options &options, TraceWriter *trace);
+
+protected:
+    /// Does it with the unit, which was found; throws a Failure. Not called where run_on() is overridden.
+    virtual Result run(Session *session, const Options &options);
 };
 
 using Commands = std::vector<std::unique_ptr<Command>>;

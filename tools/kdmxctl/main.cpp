@@ -1,7 +1,10 @@
+#include "command_monitor.h"
 #include "commandline.h"
 #include "program.h"
 
 int main(int count, char **values)
 {
-    return kdmxctl::run(commandline::arguments(count, values));
+    kdmxctl::Commands commands = kdmxctl::link_commands();
+    kdmxctl::add_monitor_command(&commands);
+    return kdmxctl::run(commandline::arguments(count, values), commands);
 }

@@ -19,19 +19,6 @@ namespace kdmxctl {
 
 namespace {
 
-Commands all_commands()
-{
-    Commands commands;
-    add_identity_commands(&commands);
-    add_setting_commands(&commands);
-    add_channel_commands(&commands);
-    add_route_commands(&commands);
-    add_raw_commands(&commands);
-    add_number_commands(&commands);
-    add_firmware_commands(&commands);
-    return commands;
-}
-
 std::string error_text(int error)
 {
     return std::generic_category().message(error);
@@ -68,11 +55,9 @@ public:
             m_platform = replayplatform::with(read_trace(*options.replay));
         else if (options.virtual_script)
             m_platform = virtualplatform::with(make_unit(*options.virtual_script), virtualplatform::Pauses::Real);
-        m_is_replay = options.replay.has_value();
     }
 
     const usplatform_t *get() const { return m_platform; }
-    bool is_replay() const { return m_is_replay; }
 
 private:
     virtualunit_t *make_unit(const std::string &script)
@@ -88,23 +73,7 @@ private:
 
     std::unique_ptr<virtualunit_t> m_unit;
     const usplatform_t *m_platform = &usplatform_default;
-    bool m_is_replay = false;
 };
-
-Result run_with_unit(Command *command, const Options &options, const ChosenPlatform &platform, TraceWriter *trace)
-{
-    Session session(platform.get(), options.timeout, trace);
-    session.find();
-    if (command->wants_probe())
-        session.probe();
-    Result result = command->run(&session, options);
-    if (platform.is_replay()) {
-        replayplatform::finish();
-        if (replayplatform::deviation() != nullptr)
-            throw session.failure({});
-    }
-    return result;
-}
 
 /// What was asked to be written beside the result must have arrived as a whole.
 void check_records(const Options &options, const TraceWriter *trace)
@@ -127,15 +96,14 @@ Result run_command(Command *command, const Options &options, const std::vector<s
     if (options.trace)
         trace.emplace(*options.trace, joined(arguments));
     TraceWriter *const writer = trace ? &*trace : nullptr;
-    Result result = run_with_unit(command, options, platform, writer);
+    Result result = command->run_on(platform.get(), options, writer);
     check_records(options, writer);
     return result;
 }
 
-ExitCode run_request(const std::vector<std::string> &arguments)
+ExitCode run_request(const std::vector<std::string> &arguments, const Commands &commands)
 {
     const Output output(wants_json(arguments));
-    const Commands commands = all_commands();
     std::string name;
     try {
         const Request request = parse_arguments(arguments, commands);
@@ -153,7 +121,20 @@ ExitCode run_request(const std::vector<std::string> &arguments)
 
 } // namespace
 
-int run(const std::vector<std::string> &arguments)
+Commands link_commands()
+{
+    Commands commands;
+    add_identity_commands(&commands);
+    add_setting_commands(&commands);
+    add_channel_commands(&commands);
+    add_route_commands(&commands);
+    add_raw_commands(&commands);
+    add_number_commands(&commands);
+    add_firmware_commands(&commands);
+    return commands;
+}
+
+int run(const std::vector<std::string> &arguments, const Commands &commands)
 {
     const int error = stdstreams::begin();
     if (error != 0) {
@@ -162,7 +143,7 @@ int run(const std::vector<std::string> &arguments)
         return static_cast<int>(ExitCode::Failed);
     }
     interrupts::begin();
-    return static_cast<int>(run_request(arguments));
+    return static_cast<int>(run_request(arguments, commands));
 }
 
 } // namespace kdmxctl

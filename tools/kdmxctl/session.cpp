@@ -30,21 +30,6 @@ bool is_unreachable(uint32_t error)
     return is_missing(error) || error == USPLATFORM_ERROR_NOT_CONNECTED || error == USPLATFORM_ERROR_ACCESS_DENIED;
 }
 
-Failure failure_of(uint32_t error)
-{
-    if (is_missing(error))
-        return {ExitCode::NoUnit, "There is no unit any more.", hints::no_unit()};
-    if (error == USPLATFORM_ERROR_NOT_CONNECTED)
-        return {ExitCode::NoUnit, "The unit went away during the command.", hints::no_unit()};
-    if (error == USPLATFORM_ERROR_ACCESS_DENIED)
-        return {ExitCode::NoPermission, "You may not use the unit.", hints::no_permission()};
-    if (error == sharing_violation || error == resource_in_use)
-        return {ExitCode::Busy, "Another program is using the unit."};
-    if (error == USPLATFORM_ERROR_TRANSIENT)
-        return {ExitCode::Mute, "The unit does not respond."};
-    return {ExitCode::Failed, "The transfer to or from the unit failed (error " + std::to_string(error) + ")."};
-}
-
 Failure failure_of(const replayplatform::Deviation &deviation)
 {
     const std::string place =
@@ -73,6 +58,21 @@ std::string seconds_text(double seconds)
 }
 
 } // namespace
+
+Failure failure_of(uint32_t error)
+{
+    if (is_missing(error))
+        return {ExitCode::NoUnit, "There is no unit any more.", hints::no_unit()};
+    if (error == USPLATFORM_ERROR_NOT_CONNECTED)
+        return {ExitCode::NoUnit, "The unit went away during the command.", hints::no_unit()};
+    if (error == USPLATFORM_ERROR_ACCESS_DENIED)
+        return {ExitCode::NoPermission, "You may not use the unit.", hints::no_permission()};
+    if (error == sharing_violation || error == resource_in_use)
+        return {ExitCode::Busy, "Another program is using the unit."};
+    if (error == USPLATFORM_ERROR_TRANSIENT)
+        return {ExitCode::Mute, "The unit does not respond."};
+    return {ExitCode::Failed, "The transfer to or from the unit failed (error " + std::to_string(error) + ")."};
+}
 
 Session::Session(const usplatform_t *platform, std::optional<double> timeout, TraceWriter *trace)
     : must_stop([](int interrupts) { return interrupts > 0; })

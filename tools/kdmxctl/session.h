@@ -13,6 +13,9 @@
 
 namespace kdmxctl {
 
+/// What the error of a transfer means for a command.
+Failure failure_of(uint32_t error);
+
 /**
  * A command's time with the unit: finds it, watches every transfer, and ends the link's work when it must.
  *

@@ -32,6 +32,9 @@ void silence_link();
 /// Whether everything that the link has printed so far has arrived, and the error otherwise.
 int finish_link();
 
+/// The descriptor of the real standard output, for who must know what it is; -1 when there is none.
+int result_descriptor();
+
 /// Writes to the real standard output at once and wholly.
 int write_result(std::string_view text);
 

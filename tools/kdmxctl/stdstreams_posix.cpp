@@ -89,6 +89,11 @@ int finish_link()
     return errno != 0 ? errno : EIO;
 }
 
+int result_descriptor()
+{
+    return results;
+}
+
 int write_result(std::string_view text)
 {
     return results < 0 ? EBADF : write_all(results, text);

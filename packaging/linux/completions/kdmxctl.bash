@@ -2,7 +2,7 @@
 
 _kdmxctl() {
     local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]}
-    local commands="info rate power-save fader mute stereo route routes debug raw set-u8 set-u32 query command-a2 firmware"
+    local commands="info rate power-save fader mute stereo route routes debug raw set-u8 set-u32 query command-a2 firmware monitor"
     local options="--json --verify --timeout --log --trace --replay --virtual --help --version"
     local channels="line-out master-out computer-out analog-in direct-monitor"
     local IFS=$' \t\n'

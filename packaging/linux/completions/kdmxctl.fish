@@ -1,6 +1,6 @@
 # Completion of kdmxctl(1) for fish.
 
-set -l commands info rate power-save fader mute stereo route routes debug raw set-u8 set-u32 query command-a2 firmware
+set -l commands info rate power-save fader mute stereo route routes debug raw set-u8 set-u32 query command-a2 firmware monitor
 set -l channels line-out master-out computer-out analog-in direct-monitor
 set -l none "not __fish_seen_subcommand_from $commands"
 
@@ -20,6 +20,7 @@ complete -c kdmxctl -n $none -a set-u32 -d 'Send the 32-bit setting'
 complete -c kdmxctl -n $none -a query -d 'Send the 32-bit query, show its answer'
 complete -c kdmxctl -n $none -a command-a2 -d 'Send the command 0xA2'
 complete -c kdmxctl -n $none -a firmware -d 'Move an image into the unit'
+complete -c kdmxctl -n $none -a monitor -d 'Show the unit live'
 
 complete -c kdmxctl -n '__fish_seen_subcommand_from power-save mute' -a 'on off'
 complete -c kdmxctl -n '__fish_seen_subcommand_from fader mute stereo' -a 'get set'

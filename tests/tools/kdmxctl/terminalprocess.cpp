@@ -83,6 +83,19 @@ void TerminalProcess::type(const char *keys)
         qWarning("nothing can be typed");
 }
 
+void TerminalProcess::signal(int number)
+{
+    // Number -1 would mean every process of the user.
+    if (m_child > 0)
+        kill(m_child, number);
+}
+
+void TerminalProcess::resize(unsigned short columns, unsigned short rows)
+{
+    const winsize size = {rows, columns, 0, 0};
+    ioctl(m_terminal, TIOCSWINSZ, &size);
+}
+
 int TerminalProcess::finish()
 {
     const QDeadlineTimer deadline(patience_ms);

@@ -23,6 +23,15 @@ public:
     /// Types keys; "\x03" is Ctrl-C, "\x04" Ctrl-D.
     void type(const char *keys);
 
+    /// Sends a signal.
+    void signal(int number);
+
+    /// Gives the terminal another size.
+    void resize(unsigned short columns, unsigned short rows);
+
+    /// What was shown so far is not looked at any more.
+    void forget_shown() { m_shown.clear(); }
+
     /// Waits for the end; the exit code, -1 when it crashed or hung.
     int finish();
 
