@@ -1,10 +1,16 @@
 #include "devicethread.h"
 
 #include <QCoreApplication>
+#include <QEventLoop>
+
+#include <mutex>
 
 namespace {
 
 constinit std::atomic<bool> applicationExists = false;
+
+// Held while an event loop is made: the application object, which that needs, does not go away in the meantime.
+constinit std::mutex applicationStays;
 
 // Counts what a waiting thread may have waited for.
 constinit std::atomic<unsigned> wakeUps = 0;
@@ -17,6 +23,7 @@ void wakeUp()
 
 void forgetApplication()
 {
+    const std::lock_guard lock(applicationStays);
     applicationExists.store(false);
 }
 
@@ -44,11 +51,19 @@ void DeviceThread::release()
 
 void DeviceThread::run()
 {
-    while (!applicationExists.load() && !m_released.load()) {
+    // As QThread::exec(), but its event loop is made while the application object is sure to be there.
+    while (!m_released.load()) {
         const unsigned seen = wakeUps.load();
-        if (!applicationExists.load() && !m_released.load())
+        std::unique_lock lock(applicationStays);
+        if (applicationExists.load()) {
+            QEventLoop loop;
+            lock.unlock();
+            // Comes back at once when quit() was called before.
+            loop.exec();
+            return;
+        }
+        lock.unlock();
+        if (!m_released.load())
             wakeUps.wait(seen);
     }
-    if (!m_released.load())
-        exec();
 }

@@ -6,6 +6,7 @@ packages_build=(g++ cmake ninja-build pkgconf qt6-base-dev qt6-tools-dev qt6-l10
 packages_display=(xvfb openbox x11-utils xdotool maim fonts-liberation fonts-ipafont-gothic fonts-wqy-microhei)
 packages_lint=(clang-format clang-tidy git)
 packages_documents=(mandoc)
+packages_memory=(valgrind)
 packages_guest=(qemu-system-x86 busybox-static cpio kmod xz-utils)
 packages_fuzz=(clang-14 libclang-rt-14-dev)
 packages_benchmarks=(python3 libbenchmark-dev libnanopb-dev nanopb)
