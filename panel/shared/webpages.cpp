@@ -12,7 +12,7 @@ QString site()
 
 QString edition(QLocale::Language language)
 {
-    return language == QLocale::Japanese ? QStringLiteral("jp/product/") : QStringLiteral("international/product/");
+    return language == QLocale::Japanese ? QStringLiteral("jp/") : QStringLiteral("international/");
 }
 
 QString segment(Model model)
@@ -29,7 +29,17 @@ QString segment(Page page)
 
 QUrl address(Model model, Page page, QLocale::Language language)
 {
-    return QUrl(site() + edition(language) + segment(model) + segment(page));
+    return QUrl(site() + edition(language) + QStringLiteral("product/") + segment(model) + segment(page));
+}
+
+QUrl home(QLocale::Language language)
+{
+    return QUrl(site() + edition(language));
+}
+
+QUrl updateInformation()
+{
+    return QUrl(site() + QStringLiteral("download/fw/corvo9/Corvo9_UpdateInformation.json"));
 }
 
 } // namespace webpages

@@ -20,4 +20,14 @@ enum class Page { Product, Support };
  */
 QUrl address(Model model, Page page, QLocale::Language language);
 
+/**
+ * The address of the maker's web site.
+ *
+ * @param language  Japanese gives the Japanese site, any other language the international one
+ */
+QUrl home(QLocale::Language language);
+
+/// The address of the update-information document.
+QUrl updateInformation();
+
 } // namespace webpages

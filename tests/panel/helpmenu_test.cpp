@@ -5,9 +5,9 @@
 #include "realinput.h"
 #include "screenshots.h"
 #include "storedsettings.h"
+#include "webbrowser.h"
 
 #include <QApplication>
-#include <QDesktopServices>
 #include <QDialog>
 #include <QFile>
 #include <QLabel>
@@ -36,21 +36,6 @@ public:
         })
     {
     }
-};
-
-/// Stands in for the desktop's web browser and records what it is asked to open.
-class WebBrowser : public QObject
-{
-    Q_OBJECT
-
-public:
-    WebBrowser() { QDesktopServices::setUrlHandler(QStringLiteral("https"), this, "open"); }
-    ~WebBrowser() override { QDesktopServices::unsetUrlHandler(QStringLiteral("https")); }
-
-    QStringList opened;
-
-public Q_SLOTS:
-    void open(const QUrl &url) { opened += url.toString(); }
 };
 
 QAction *action(const MainWindow &window, const QString &name)
