@@ -29,6 +29,6 @@ endfunction()
 #
 # Links what the panel consists of, all but its main(): the panel itself and its tests.
 function(kdmx_link_panel target)
-    kdmx_link_whole(${target} kdmx_resources kdmx_ustest kdmx_device kdmx_shared kdmx_panel)
+    kdmx_link_whole(${target} kdmx_resources kdmx_ustest kdmx_device kdmx_shared kdmx_panel kdmx_update)
     target_link_libraries(${target} PRIVATE kdmx_ustest_system)
 endfunction()

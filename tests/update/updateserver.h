@@ -1,0 +1,59 @@
+#pragma once
+
+#include <QByteArray>
+#include <QHash>
+#include <QJsonArray>
+#include <QString>
+#include <QTemporaryDir>
+
+#include <atomic>
+#include <thread>
+
+/**
+ * The web server of tests/update/server (its README tells the paths) while it lives. This process trusts its authority
+ * from then on.
+ *
+ * Functions that ask the server block until it has answered. Needs $KDMX_UPDATE_SERVER, its program.
+ */
+class UpdateServer
+{
+public:
+    UpdateServer();
+    ~UpdateServer();
+    Q_DISABLE_COPY_MOVE(UpdateServer)
+
+    bool isRunning() const { return !m_ports.isEmpty(); }
+
+    /// Full address of a path on one of the server's ports, https on those with a certificate.
+    QString address(const QString &path, const QString &port = QStringLiteral("http")) const;
+
+    quint16 port(const QString &name) const { return m_ports.value(name); }
+
+    /// What /files/NAME gives.
+    void addFile(const QString &name, const QByteArray &content) const;
+
+    /// Everything asked of the server since the start or forgetRequests(): objects of port, method, target, fields.
+    QJsonArray requests() const;
+
+    /// The targets of requests().
+    QStringList targets() const;
+
+    void forgetRequests() const;
+
+    /// Lets the /stepped response of that name go on by one: the header first, then the pieces.
+    void step(const QString &name = QString()) const;
+
+    /// The body of a path, asked for without anything of what is tested.
+    QByteArray content(const QString &path) const;
+
+    /// The content of the server's bodies of that size.
+    static QByteArray body(qsizetype size);
+
+private:
+    void keep();
+
+    QTemporaryDir m_folder;
+    QHash<QString, quint16> m_ports;
+    std::atomic<bool> m_end = false;
+    std::thread m_keeper;
+};

@@ -1,0 +1,453 @@
+// Every window of the update service in every language, as a user meets it: what it says, where its parts are, and that
+// nothing of what it says is cut off. The texts themselves are judged by updatetexts_test.cpp.
+
+#include "updatesoftware.h"
+
+#include "nextdialog.h"
+#include "realinput.h"
+#include "screenshots.h"
+#include "updatesettings.h"
+#include "updatesoftwareprobe.h"
+#include "updatetexts.h"
+#include "webbrowser.h"
+
+#include <QAbstractTextDocumentLayout>
+#include <QApplication>
+#include <QCheckBox>
+#include <QFontDatabase>
+#include <QLabel>
+#include <QLayout>
+#include <QProgressBar>
+#include <QPushButton>
+#include <QRegularExpression>
+#include <QScreen>
+#include <QScrollBar>
+#include <QStyleOptionButton>
+#include <QTest>
+#include <QTextBlock>
+
+#include <memory>
+
+namespace {
+
+constexpr Qt::WindowFlags boxFlags =
+    Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::WindowSystemMenuHint | Qt::Window;
+
+/// An update service in a language, with a look inside. Its own fetch is refused.
+struct Scene
+{
+    explicit Scene(const QString &locale)
+    {
+        updatesettings::write(updatesettings::jsonUrl, QStringLiteral("http://127.0.0.1:1/"));
+        QLocale::setDefault(QLocale(locale));
+        service = std::make_unique<UpdateSoftware>();
+        probe = std::make_unique<UpdateSoftwareProbe>(*service);
+    }
+
+    const UpdateTextRow &texts() const { return updateTexts.at(static_cast<size_t>(probe->languageIndex())); }
+
+    std::unique_ptr<UpdateSoftware> service;
+    std::unique_ptr<UpdateSoftwareProbe> probe;
+};
+
+QString offering(const QString &product)
+{
+    // The longest version text that two three-digit numbers make.
+    return QStringLiteral(R"({"Corvo9_version1": {"%1_version_major": 2, "%1_version_minor": 110}})").arg(product);
+}
+
+QString announcing(const QString &news)
+{
+    QJsonObject messages;
+    messages[QStringLiteral("English")] = news;
+    QJsonObject entry;
+    entry[QStringLiteral("messages")] = messages;
+    QJsonObject document;
+    document[QStringLiteral("Corvo9_version1")] = entry;
+    return QString::fromUtf8(QJsonDocument(document).toJson());
+}
+
+QString shotName(const char *window)
+{
+    return QStringLiteral("update-%1-%2")
+        .arg(QString::fromLatin1(window), QString::fromLatin1(QTest::currentDataTag()));
+}
+
+QByteArray needs(const QString &what, QSizeF needed, QSizeF room)
+{
+    return QStringLiteral("\"%1\" needs %2x%3, has %4x%5")
+        .arg(what)
+        .arg(needed.width())
+        .arg(needed.height())
+        .arg(room.width())
+        .arg(room.height())
+        .toUtf8();
+}
+
+/// Judges a button or a check box.
+void verifyTextFits(const QAbstractButton &button, QStyle::SubElement contents)
+{
+    QStyleOptionButton option;
+    option.initFrom(&button);
+    option.text = button.text();
+    const QSize room = button.style()->subElementRect(contents, &option, &button).size();
+    const QSize needed = button.fontMetrics().size(Qt::TextShowMnemonic, button.text());
+    QVERIFY2(needed.width() <= room.width() && needed.height() <= room.height(),
+             needs(button.text(), needed, room).constData());
+}
+
+void verifyLabelFits(const QLabel &label)
+{
+    const QSize needed =
+        label.hasHeightForWidth() ? QSize(label.width(), label.heightForWidth(label.width())) : label.sizeHint();
+    QVERIFY2(needed.width() <= label.width() && needed.height() <= label.height(),
+             needs(label.text(), needed, label.size()).constData());
+}
+
+/// The line of a field, in the coordinates of its document.
+QRectF placeOf(const QTextBrowser &field, const QTextBlock &block, int line)
+{
+    const QPointF corner = field.document()->documentLayout()->blockBoundingRect(block).topLeft();
+    return block.layout()->lineAt(line).naturalTextRect().translated(corner);
+}
+
+/// All lines lie in the field, and there is nowhere to scroll to.
+void verifyMessageFits(const QTextBrowser &field)
+{
+    const QRectF room(QPointF(), QSizeF(field.viewport()->size()));
+    for (QTextBlock block = field.document()->begin(); block.isValid(); block = block.next()) {
+        for (int line = 0; line < block.layout()->lineCount(); ++line) {
+            const QRectF place = placeOf(field, block, line);
+            QVERIFY2(place.isEmpty() || room.contains(place), qPrintable(block.text()));
+        }
+    }
+    QVERIFY2(field.document()->size().height() <= room.height(),
+             needs(field.toPlainText(), field.document()->size(), room.size()).constData());
+    QCOMPARE(field.verticalScrollBar()->maximum(), 0);
+    QCOMPARE(field.horizontalScrollBar()->maximum(), 0);
+}
+
+/// The controls stand in their row, beside each other and each as wide as it has to be.
+void verifyRowFits(const InformationBox &box)
+{
+    QCOMPARE(box.ui.horizontalLayoutWidget->geometry(), QRect(10, 120, 551, 31));
+    int left = 0;
+    for (const QAbstractButton *const control :
+         std::initializer_list<const QAbstractButton *>{box.ui.okButton, box.ui.noButton, box.ui.dontShowCheckBox}) {
+        if (!control->isVisible())
+            continue;
+        QVERIFY(box.ui.horizontalLayoutWidget->rect().contains(control->geometry()));
+        QVERIFY2(control->x() >= left, qPrintable(control->text()));
+        QVERIFY2(control->width() >= control->minimumSizeHint().width(), qPrintable(control->text()));
+        left = control->geometry().right() + 1;
+        verifyTextFits(
+            *control, control == box.ui.dontShowCheckBox ? QStyle::SE_CheckBoxContents : QStyle::SE_PushButtonContents);
+    }
+}
+
+/// The title bar is the system's; with its usual font and an icon of 16 pixels at the left it has to be wide enough.
+void verifyTitleFits(const QWidget &window)
+{
+    const QFontMetrics metrics(QFont(QStringLiteral("Arial"), 9));
+    const int needed = metrics.horizontalAdvance(window.windowTitle());
+    QVERIFY2(needed + 24 <= window.width(),
+             needs(window.windowTitle(), QSize(needed + 24, 1), window.size()).constData());
+}
+
+void verifyBox(const InformationBox &box, const QString &title)
+{
+    QVERIFY(box.isVisible());
+    QCOMPARE(box.windowTitle(), title);
+    QCOMPARE(box.size(), QSize(570, 160));
+    QCOMPARE(box.minimumSize(), box.maximumSize());
+    QCOMPARE(box.windowFlags(), boxFlags);
+    QCOMPARE(box.ui.textMessage->geometry(), QRect(90, 15, 461, 105));
+    verifyTitleFits(box);
+    verifyRowFits(box);
+}
+
+void verifySmallWindow(const QWidget &window, const QPushButton &button, const Scene &scene)
+{
+    QVERIFY(window.isVisible());
+    QCOMPARE(window.windowTitle(), scene.texts()[UpdateTextTitle]);
+    QCOMPARE(window.size(), QSize(250, 100));
+    QCOMPARE(window.windowFlags(), boxFlags);
+    QCOMPARE(button.geometry(), QRect(140, 70, 100, 20));
+    const QLabel *const label = window.findChild<QLabel *>();
+    QCOMPARE(label->geometry(), QRect(10, 10, 230, 20));
+    QCOMPARE(label->font().pointSize(), 11);
+    verifyTitleFits(window);
+    verifyLabelFits(*label);
+    verifyTextFits(button, QStyle::SE_PushButtonContents);
+}
+
+/// The headline, an empty line and the two versions.
+QStringList offerLines(const Scene &scene, UpdateText headline, const QString &now, const QString &latest)
+{
+    QString sentence = scene.texts()[headline];
+    sentence.remove(QRegularExpression(QStringLiteral("<[^>]*>")));
+    return {sentence, QString(), scene.texts()[UpdateTextCurrentVersion] + now,
+            scene.texts()[UpdateTextLatestVersion] + latest};
+}
+
+/// A point of the first link that the field shows.
+QPoint placeOfLink(const QTextBrowser &field)
+{
+    for (QPoint point; point.y() < field.viewport()->height(); point += QPoint(0, 4)) {
+        for (point.setX(0); point.x() < field.viewport()->width(); point += QPoint(4, 0)) {
+            if (!field.anchorAt(point).isEmpty())
+                return point + QPoint(4, 4);
+        }
+    }
+    return {};
+}
+
+} // namespace
+
+class WindowsTest : public QObject
+{
+    Q_OBJECT
+
+private:
+    static void addLanguages()
+    {
+        QTest::addColumn<QString>("locale");
+        for (const char *const name : {"en_US", "fr_FR", "es_ES", "de_DE", "it_IT", "ja_JP", "zh_CN"})
+            QTest::newRow(name) << QString::fromLatin1(name);
+    }
+
+    static void verifyOffer(const Scene &scene, const InformationBox &box, const QStringList &lines)
+    {
+        verifyBox(box, scene.texts()[UpdateTextTitle]);
+        QVERIFY(!box.isModal());
+        QCOMPARE(box.ui.okButton->text(), scene.texts()[UpdateTextAccept]);
+        QCOMPARE(box.ui.noButton->text(), scene.texts()[UpdateTextDecline]);
+        QCOMPARE(box.ui.dontShowCheckBox->text(), scene.texts()[UpdateTextDontShowAgain]);
+        QVERIFY(box.ui.noButton->isVisible());
+        QCOMPARE(box.ui.textMessage->toPlainText().split(u'\n'), lines);
+        verifyMessageFits(*box.ui.textMessage);
+    }
+
+    static void verifyError(const Scene &scene, const QMessageBox &box)
+    {
+        QCOMPARE(box.windowTitle(), scene.texts()[UpdateTextTitle]);
+        QCOMPARE(box.text(), scene.texts()[UpdateTextError]);
+        QCOMPARE(box.textFormat(), Qt::RichText);
+        QCOMPARE(box.icon(), QMessageBox::Warning);
+        QCOMPARE(box.standardButtons(), QMessageBox::Ok);
+        const auto labels = box.findChildren<QLabel *>();
+        for (const QLabel *const label : labels) {
+            QVERIFY(box.rect().contains(label->geometry()));
+            if (!label->text().isEmpty())
+                verifyLabelFits(*label);
+        }
+        verifyTitleFits(box);
+        verifyTextFits(*box.button(QMessageBox::Ok), QStyle::SE_PushButtonContents);
+    }
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        const QStringList families = QFontDatabase::families();
+        for (const QString &family :
+             {QStringLiteral("Liberation Sans"), QStringLiteral("IPAGothic"), QStringLiteral("WenQuanYi Micro Hei")})
+            QVERIFY2(families.contains(family), qPrintable(family + QStringLiteral(" is not installed")));
+        QCOMPARE(qApp->primaryScreen()->logicalDotsPerInch(), 96.0);
+        // The clicks of two cases on one place are not a double click.
+        QApplication::setDoubleClickInterval(0);
+    }
+
+    void init() { QTest::failOnWarning(QRegularExpression(QStringLiteral(".*"))); }
+
+    void softwareOffer_data() { addLanguages(); }
+
+    void softwareOffer()
+    {
+        QFETCH(QString, locale);
+        const Scene scene(locale);
+        scene.service->saveInformation(offering(QStringLiteral("windows_software")));
+        InformationBox &box = scene.probe->softwareBox();
+        QVERIFY(QTest::qWaitForWindowActive(&box));
+        verifyOffer(scene, box,
+                    offerLines(scene, UpdateTextSoftwareHeadline, QStringLiteral("1.10"), QStringLiteral("2.110")));
+        saveScreenshot(&box, shotName("software"));
+    }
+
+    void firmwareOffer_data() { addLanguages(); }
+
+    void firmwareOffer()
+    {
+        QFETCH(QString, locale);
+        const Scene scene(locale);
+        scene.service->saveInformation(offering(QStringLiteral("firmware")));
+        scene.service->checkFirm(QStringLiteral("KD-MX2"), QStringLiteral("1.02"));
+        InformationBox &box = scene.probe->firmwareBox();
+        QVERIFY(QTest::qWaitForWindowActive(&box));
+        verifyOffer(scene, box,
+                    offerLines(scene, UpdateTextFirmwareHeadline, QStringLiteral("1.02"), QStringLiteral("2.110")));
+        saveScreenshot(&box, shotName("firmware"));
+    }
+
+    void news_data() { addLanguages(); }
+
+    void news()
+    {
+        QFETCH(QString, locale);
+        const Scene scene(locale);
+        scene.service->saveInformation(
+            announcing(QStringLiteral("KD-MX4 units need firmware 1.20 for <b>macOS 14</b>.<br>"
+                                      "<a href=\"https://www.velmar.example/news\">Read more on our web site.</a>")));
+        InformationBox &box = scene.probe->newsBox();
+        QVERIFY(QTest::qWaitForWindowActive(&box));
+        verifyBox(box, scene.texts()[UpdateTextNewsTitle]);
+        QCOMPARE(box.windowModality(), Qt::ApplicationModal);
+        QCOMPARE(box.ui.okButton->text(), scene.texts()[UpdateTextOk]);
+        QCOMPARE(box.ui.dontShowCheckBox->text(), scene.texts()[UpdateTextDontShowAgain]);
+        QVERIFY(!box.ui.noButton->isVisible());
+        QCOMPARE(box.ui.textMessage->toPlainText().trimmed(),
+                 QStringLiteral("KD-MX4 units need firmware 1.20 for macOS 14.\nRead more on our web site."));
+        QCOMPARE(box.ui.textMessage->font().pointSize(), locale == QStringLiteral("ja_JP") ? 11 : 12);
+        verifyMessageFits(*box.ui.textMessage);
+        saveScreenshot(&box, shotName("news"));
+    }
+
+    void progress_data() { addLanguages(); }
+
+    void progress()
+    {
+        QFETCH(QString, locale);
+        const Scene scene(locale);
+        scene.service->openDownloadFileInfo();
+        QWidget *const window = scene.probe->downloadWindow();
+        const QPushButton *const button = scene.probe->downloadButton();
+        QVERIFY(QTest::qWaitForWindowActive(window));
+        verifySmallWindow(*window, *button, scene);
+        QCOMPARE(window->findChild<QLabel *>()->text(), scene.texts()[UpdateTextDownloading]);
+        QCOMPARE(button->text(), scene.texts()[UpdateTextCancel]);
+        QVERIFY(!button->isEnabled());
+        Q_EMIT scene.probe->information().progressValueChanged(42);
+        QTRY_COMPARE(scene.probe->downloadBar()->value(), 42);
+        QTRY_VERIFY(button->isEnabled());
+        saveScreenshot(window, shotName("progress"));
+    }
+
+    void completion_data() { addLanguages(); }
+
+    void completion()
+    {
+        QFETCH(QString, locale);
+        const Scene scene(locale);
+        scene.service->openExecWindow();
+        QWidget *const window = scene.probe->downloadWindow();
+        QVERIFY(QTest::qWaitForWindowActive(window));
+        verifySmallWindow(*window, *scene.probe->downloadButton(), scene);
+        QCOMPARE(window->findChild<QLabel *>()->text(), scene.texts()[UpdateTextDownloaded]);
+        QCOMPARE(scene.probe->downloadButton()->text(), scene.texts()[UpdateTextOk]);
+        QVERIFY(scene.probe->downloadButton()->isEnabled());
+        QVERIFY(scene.probe->downloadBar() == nullptr);
+        saveScreenshot(window, shotName("completion"));
+    }
+
+    void error_data() { addLanguages(); }
+
+    void error()
+    {
+        QFETCH(QString, locale);
+        const Scene scene(locale);
+        const NextDialog dialog([&](QDialog &box) {
+            QCOMPARE(&box, &scene.probe->errorBox());
+            verifyError(scene, scene.probe->errorBox());
+            saveScreenshot(&box, shotName("error"));
+            realinput::key(QStringLiteral("Escape"));
+        });
+        scene.service->showMsgBoxError();
+        QVERIFY(dialog.seen());
+    }
+
+    void desktopsWithALargeFontCutNothing_data() { addLanguages(); }
+
+    void desktopsWithALargeFontCutNothing()
+    {
+        QFETCH(QString, locale);
+        const QFont usual = QApplication::font();
+        QApplication::setFont(QFont(QStringLiteral("DejaVu Sans"), 14));
+        const auto restored = qScopeGuard([&] { QApplication::setFont(usual); });
+        const Scene scene(locale);
+        scene.service->saveInformation(offering(QStringLiteral("windows_software")));
+        QVERIFY(QTest::qWaitForWindowActive(&scene.probe->softwareBox()));
+        verifyRowFits(scene.probe->softwareBox());
+        verifyMessageFits(*scene.probe->softwareBox().ui.textMessage);
+        scene.service->openExecWindow();
+        verifyLabelFits(*scene.probe->downloadWindow()->findChild<QLabel *>());
+    }
+
+    void longNewsAreClipped()
+    {
+        const Scene scene(QStringLiteral("en_US"));
+        QString news = QStringLiteral("The first line<br>");
+        for (int line = 0; line < 40; ++line)
+            news += QStringLiteral("and a further line of news that are far too long<br>");
+        scene.service->saveInformation(announcing(news));
+        InformationBox &box = scene.probe->newsBox();
+        QVERIFY(QTest::qWaitForWindowActive(&box));
+        const QTextBrowser &field = *box.ui.textMessage;
+        verifyBox(box, scene.texts()[UpdateTextNewsTitle]);
+        QVERIFY(field.document()->size().height() > 3 * field.height());
+        QCOMPARE(field.verticalScrollBar()->value(), 0);
+        QVERIFY(!field.verticalScrollBar()->isVisible());
+        QVERIFY(field.viewport()->rect().contains(placeOf(field, field.document()->begin(), 0).toAlignedRect()));
+    }
+
+    void linkInNewsOpens()
+    {
+        const QString address = QStringLiteral("https://www.velmar.example/news");
+        const Scene scene(QStringLiteral("de_DE"));
+        scene.service->saveInformation(announcing(QStringLiteral("Neu: <a href=\"%1\">KD-MX4</a>").arg(address)));
+        InformationBox &box = scene.probe->newsBox();
+        QVERIFY(QTest::qWaitForWindowActive(&box));
+        const WebBrowser browser;
+        QTextBrowser &field = *box.ui.textMessage;
+        const QPoint place = placeOfLink(field);
+        QCOMPARE(field.anchorAt(place), address);
+
+        realinput::click(field.viewport(), place);
+        QTRY_COMPARE(browser.opened, QStringList{address});
+
+        for (int count = 0; count < 6 && !(field.hasFocus() && field.textCursor().hasSelection()); ++count)
+            realinput::key(QStringLiteral("Tab"));
+        realinput::key(QStringLiteral("Return"));
+        QTRY_COMPARE(browser.opened, (QStringList{address, address}));
+        QCOMPARE(field.toPlainText().trimmed(), QStringLiteral("Neu: KD-MX4"));
+        QVERIFY(box.isVisible());
+    }
+
+    void linkInErrorOpens_data() { addLanguages(); }
+
+    void linkInErrorOpens()
+    {
+        QFETCH(QString, locale);
+        const QString edition =
+            locale == QStringLiteral("ja_JP") ? QStringLiteral("jp/") : QStringLiteral("international/");
+        const QString address = QStringLiteral("https://www.velmar.example/") + edition;
+        const Scene scene(locale);
+        const WebBrowser browser;
+        const NextDialog dialog([&](QDialog &box) {
+            const auto *const label = box.findChild<QLabel *>(QStringLiteral("qt_msgbox_label"));
+            // The address is the last line.
+            realinput::click(label, QPoint(20, label->height() - 8));
+            QTRY_COMPARE(browser.opened, QStringList{address});
+
+            for (int count = 0; count < 4 && !(label->hasFocus() && label->hasSelectedText()); ++count)
+                realinput::key(QStringLiteral("Tab"));
+            realinput::key(QStringLiteral("Return"));
+            QTRY_COMPARE(browser.opened, (QStringList{address, address}));
+            QVERIFY(box.isVisible());
+            box.close();
+        });
+        scene.service->showMsgBoxError();
+        QVERIFY(dialog.seen());
+    }
+};
+
+QTEST_MAIN(WindowsTest)
+#include "windows_test.moc"

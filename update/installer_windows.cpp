@@ -1,0 +1,6 @@
+#include "installer.h"
+
+QString installerProgram(const QString &path)
+{
+    return u'"' + path + u'"';
+}

@@ -1,0 +1,135 @@
+#pragma once
+
+#include <QObject>
+#include <QProcess>
+#include <QString>
+
+#include <atomic>
+
+class QNetworkAccessManager;
+class QNetworkReply;
+class QTemporaryDir;
+class QTimer;
+
+/**
+ * Fetches the update-information document, and downloads, unpacks and starts packages.
+ *
+ * Lives in a thread of its own with an event loop; UpdateSoftware owns both. Its slots are asked for by queued calls
+ * and its signals are delivered queued. Call shutDown() in that thread before it ends.
+ *
+ * Each downloadFile() has exactly one outcome: readiedExec(), errorDownloadFile(), or silence after the user's cancel.
+ * A further downloadFile() takes the place of the one under way, of which nothing is heard any more.
+ *
+ * Nothing is trusted but TLS: an address that begins with https is never followed to http, and a certificate that does
+ * not hold ends the fetch or the download. A package of more than 2 GiB is refused.
+ *
+ * Rests on QNetworkAccessManager (Qt Network), QProcess and QTemporaryDir (Qt Core).
+ */
+class UpdateInformation : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// @param parent  owner, or null
+    explicit UpdateInformation(QObject *parent = nullptr);
+
+    /// Ends what is left; see shutDown().
+    ~UpdateInformation() override;
+
+    /**
+     * Ends at once whatever is under way: a fetch, a download, a script host. Emits nothing. An installer that was
+     * started goes on.
+     *
+     * Thread: the object's own, as the last thing that it does.
+     */
+    void shutDown();
+
+Q_SIGNALS:
+    /// The document has come. @param json  its text, whatever the server sent
+    void finishedInformation(QString json);
+
+    /// The download of a package has begun.
+    void startedDownloadFile();
+
+    /// The download is over, in whatever way.
+    void finishedDownloadFile();
+
+    /// @param percent  of the package that is here; negative while the server has not told its size
+    void progressValueChanged(int percent);
+
+    /// The package cannot be had, unpacked or started.
+    void errorDownloadFile();
+
+    /// The package is on the disk, and execFile() starts it.
+    void readiedExec();
+
+public Q_SLOTS:
+    /**
+     * Fetches the document from the address in the settings (updatesettings::jsonUrl) or, without one, from the
+     * built-in one (webpages::updateInformation()). finishedInformation() follows, or nothing if it fails. There is no
+     * time limit.
+     */
+    void downloadInformation();
+
+    /**
+     * Downloads a package into a new temporary folder, and unpacks it unless it is an EXE. An end after 60 s of
+     * silence.
+     *
+     * @param url  the address; its ending tells what the package is: "exe", "dmg", anything else is a ZIP archive
+     */
+    void downloadFile(const QString &url);
+
+    /// Ends the download under way, if there is one. Silent: no error is reported.
+    void cancelDownload();
+
+    /// The same because nothing has come for too long, which is an error.
+    void timeoutDownload();
+
+    /// Starts the installer of the last package. It is on its own from then on. errorDownloadFile() if it cannot start.
+    void execFile();
+
+    /// Takes the document from its reply.
+    void replyFinishedInfo(QNetworkReply *reply);
+
+    /// Takes a package from its reply: saves it, and readies it or has it unpacked.
+    void replyFinishedFileDownload(QNetworkReply *);
+
+    /// Looks for the installer among what the script host unpacked.
+    void replyFinishedUnzip(int, QProcess::ExitStatus);
+
+    /// Looks for the installer on a mounted disk image (macOS). Nothing connects it yet.
+    void replyFinishedMount(int, QProcess::ExitStatus);
+
+    /// Passes progress on, and starts the time limit afresh. @param received, total  bytes; total is -1 if unknown
+    void replyDownloadProgress(qint64 received, qint64 total);
+
+private:
+    friend class UpdateInformationProbe;
+
+    void forgetDownload();
+    void stopTimer();
+    bool makeFolder();
+    QString packagePath() const;
+    bool savePackage(QNetworkReply &package);
+    bool ready();
+    bool unpack();
+    QString endUnpacking();
+
+    // What a test may lower, while no download runs.
+    static int silenceLimitMs;
+    static qint64 largestPackage;
+
+    QNetworkAccessManager *manager = nullptr;
+    QProcess process;
+    QTemporaryDir *tempDir = nullptr;
+    QNetworkReply *reply = nullptr;
+    QTimer *timer = nullptr;
+    bool timedOut = false;
+    bool isExe = false;
+    bool isDmg = false;
+    QString execPath;
+    bool tooLarge = false;
+
+    // Set by the thread that the object lived in, and read by the one that destroys it: it orders the two.
+    std::atomic<bool> isShutDown = false;
+};

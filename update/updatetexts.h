@@ -1,0 +1,43 @@
+#pragma once
+
+#include <QLocale>
+#include <QString>
+
+#include <array>
+
+/**
+ * Every text that the update service shows, in seven languages. The panel's translation file is not used for them, so
+ * that a release can be announced in a language in which the panel itself does not speak.
+ *
+ * Rests on QString and QLocale (Qt Core).
+ */
+
+/// The fields of a row. HTML where it says so; the labels of versions end with a blank.
+enum UpdateText {
+    UpdateTextOk, ///< button of the news box and of the completion window
+    UpdateTextCancel, ///< button of the progress window
+    UpdateTextAccept, ///< accept button of the offer boxes
+    UpdateTextDecline, ///< decline button of the offer boxes
+    UpdateTextDontShowAgain, ///< check box of the three boxes
+    UpdateTextTitle, ///< title of the offer boxes, the progress and completion windows and the error box
+    UpdateTextCurrentVersion, ///< label before the current version
+    UpdateTextLatestVersion, ///< label before the latest version
+    UpdateTextSoftwareHeadline, ///< HTML: headline of the program offer
+    UpdateTextFirmwareHeadline, ///< HTML: headline of the firmware offer
+    UpdateTextNewsTitle, ///< title of the news box
+    UpdateTextError, ///< HTML: text of the error box
+    UpdateTextDownloading, ///< HTML: label of the progress window
+    UpdateTextDownloaded, ///< HTML: label of the completion window
+    UpdateTextCount
+};
+
+/// One language.
+using UpdateTextRow = std::array<QString, UpdateTextCount>;
+
+constexpr int updateTextRowCount = 7;
+
+/// The table: English, French, Spanish, German, Italian, Japanese, Chinese. Built during static initialisation.
+extern const std::array<UpdateTextRow, updateTextRowCount> updateTexts;
+
+/// The row of a language, 0 to 6; that of English for any language that has none.
+int updateTextRow(QLocale::Language language);
