@@ -1,0 +1,51 @@
+#include "feedfile.h"
+
+#include <QDir>
+#include <QFile>
+#include <QStringDecoder>
+
+namespace feedfile {
+
+namespace {
+
+constexpr qint64 largestFile = 67'108'864;
+
+QString place(const QByteArray &bytes, int offset)
+{
+    const QByteArray before = bytes.left(offset);
+    const qsizetype line = before.count('\n') + 1;
+    const qsizetype column = QString::fromUtf8(before.mid(before.lastIndexOf('\n') + 1)).size() + 1;
+    return QStringLiteral("line %1, column %2").arg(line).arg(column);
+}
+
+} // namespace
+
+Content read(const QString &fileName)
+{
+    const QString name = QDir::toNativeSeparators(fileName);
+    QFile file(fileName);
+    if (!file.open(QIODevice::ReadOnly))
+        return {{}, QStringLiteral("%1 cannot be read: %2.").arg(name, file.errorString())};
+    Content content{file.read(largestFile + 1), {}};
+    if (file.error() != QFileDevice::NoError)
+        return {{}, QStringLiteral("%1 cannot be read: %2.").arg(name, file.errorString())};
+    if (content.bytes.size() > largestFile)
+        return {{}, QStringLiteral("%1 is larger than 64 MiB.").arg(name)};
+    return content;
+}
+
+Parsed parse(const QByteArray &bytes)
+{
+    QStringDecoder decoder(QStringDecoder::Utf8);
+    const QString text = decoder.decode(bytes);
+    if (decoder.hasError())
+        return {{}, QStringLiteral("the text is not UTF-8")};
+    const QByteArray decoded = text.toUtf8();
+    QJsonParseError error;
+    const QJsonDocument document = QJsonDocument::fromJson(decoded, &error);
+    if (error.error == QJsonParseError::NoError)
+        return {document, {}};
+    return {{}, QStringLiteral("%1: %2").arg(place(decoded, error.offset), error.errorString())};
+}
+
+} // namespace feedfile

@@ -1,0 +1,33 @@
+#pragma once
+
+#include "updatefeed.h"
+
+#include <QString>
+
+/**
+ * Keys of the update-information document, for those who write one or find fault with it. Reading is updatefeed.h's.
+ */
+namespace feedkeys {
+
+const QString entry = QStringLiteral("Corvo9_version1");
+const QString messages = QStringLiteral("messages");
+
+/// The keys of a product.
+struct Product
+{
+    QString major;
+    QString minor;
+    QString japaneseUrl;
+    QString otherUrl;
+};
+
+inline Product of(updatefeed::Product product)
+{
+    if (product == updatefeed::Product::Software)
+        return {QStringLiteral("windows_software_version_major"), QStringLiteral("windows_software_version_minor"),
+                QStringLiteral("windows_software_url_ja"), QStringLiteral("windows_software_url_en")};
+    return {QStringLiteral("firmware_version_major"), QStringLiteral("firmware_version_minor"),
+            QStringLiteral("windows_firmware_url_ja"), QStringLiteral("windows_firmware_url_en")};
+}
+
+} // namespace feedkeys

@@ -1,0 +1,8 @@
+#pragma once
+
+#include "finding.h"
+
+#include <QJsonDocument>
+
+/// What is legal in a document but surely a mistake. Draws news in a window, to see whether they fit it. GUI thread.
+Findings feedWarnings(const QJsonDocument &document);

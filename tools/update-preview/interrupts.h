@@ -1,0 +1,14 @@
+#pragma once
+
+/**
+ * Ctrl-C and the signal to end, taken note of instead of ending the program at once: its folders are to go away.
+ */
+namespace interrupts {
+
+/// Takes note from now on.
+void begin();
+
+/// Whether one has come.
+bool haveCome();
+
+} // namespace interrupts

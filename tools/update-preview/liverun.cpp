@@ -1,0 +1,120 @@
+#include "liverun.h"
+
+#include "exitcodes.h"
+#include "interrupts.h"
+#include "servicelog.h"
+#include "servicewindows.h"
+
+#include <QApplication>
+#include <QEvent>
+#include <QPushButton>
+#include <QTimer>
+
+#include <utility>
+
+namespace {
+
+constexpr int interruptPollMs = 100;
+
+// The service tells nobody of these but its log.
+const QString fetchEnded = QStringLiteral("UpdateInformation: end of replyFinished");
+const QString downloadAborted = QStringLiteral("UpdateInformation: file download abort");
+const QString cancelReached = QStringLiteral("UpdateInformation: cancel download");
+
+} // namespace
+
+LiveRun::LiveRun(std::optional<PlayedUnit> unit)
+    : m_unit(std::move(unit))
+{
+    // Between two windows there is none, and all is not over.
+    QApplication::setQuitOnLastWindowClosed(false);
+    qApp->installEventFilter(this);
+    watchInterrupts();
+    // Lines come from two threads. Behind a line, what the service does on it has been done.
+    servicelog::show([this](const QString &line) {
+        QMetaObject::invokeMethod(
+            this, [this, line] { hear(line); }, Qt::QueuedConnection);
+    });
+    m_service = std::make_unique<UpdateSoftware>();
+    connect(m_service.get(), &UpdateSoftware::readiedDownloadFile, this, [this] { m_isDownloading = true; });
+}
+
+LiveRun::~LiveRun()
+{
+    qApp->removeEventFilter(this);
+    m_service.reset();
+    servicelog::silence();
+}
+
+void LiveRun::hear(const QString &line)
+{
+    if (line == fetchEnded)
+        m_isFetched = true;
+    else if (line == downloadAborted)
+        m_isDownloading = false;
+    else if (line == cancelReached && m_isStarting)
+        m_isStarting = false;
+    else
+        return;
+    lookAround();
+}
+
+bool LiveRun::eventFilter(QObject *watched, QEvent *event)
+{
+    const bool isShown = event->type() == QEvent::Show;
+    const bool isHidden = event->type() == QEvent::Hide;
+    if ((isShown || isHidden) && watched->isWidgetType()) {
+        const auto *const widget = static_cast<const QWidget *>(watched);
+        if (widget->isWindow() && isShown)
+            noteShown(*widget);
+        else if (widget->isWindow())
+            QMetaObject::invokeMethod(this, &LiveRun::lookAround, Qt::QueuedConnection);
+    }
+    return QObject::eventFilter(watched, event);
+}
+
+void LiveRun::noteShown(const QWidget &window)
+{
+    m_hasShown = true;
+    // Whatever comes after the progress window, a box or the completion, is the end of the download.
+    if (!servicewindows::isProgress(window))
+        m_isDownloading = false;
+    if (servicewindows::isCompletion(window))
+        connect(window.findChild<QPushButton *>(), &QPushButton::clicked, this, &LiveRun::noteStart);
+}
+
+void LiveRun::noteStart()
+{
+    m_hasInstalled = true;
+    m_isStarting = true;
+    // The worker starts the installer. This goes the same way behind that request, and its line tells that both have
+    // arrived; an end before would be too early.
+    Q_EMIT m_service->stopDownload();
+}
+
+void LiveRun::askAboutFirmware()
+{
+    if (!m_unit || servicewindows::offer() != nullptr)
+        return;
+    const PlayedUnit unit = *std::exchange(m_unit, std::nullopt);
+    m_service->checkFirm(unit.name, unit.firmware);
+}
+
+void LiveRun::lookAround()
+{
+    if (!m_isFetched || m_isDownloading || m_isStarting)
+        return;
+    askAboutFirmware();
+    if (servicewindows::shown().isEmpty())
+        QApplication::quit();
+}
+
+void LiveRun::watchInterrupts()
+{
+    auto *const poll = new QTimer(this);
+    connect(poll, &QTimer::timeout, this, [] {
+        if (interrupts::haveCome())
+            QApplication::exit(static_cast<int>(ExitCode::Interrupted));
+    });
+    poll->start(interruptPollMs);
+}

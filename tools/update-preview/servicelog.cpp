@@ -1,0 +1,44 @@
+#include "servicelog.h"
+
+#include "output.h"
+
+#include <QLoggingCategory>
+
+#include <utility>
+
+namespace servicelog {
+
+namespace {
+
+std::function<void(const QString &)> tell;
+
+void drop(QtMsgType type, const QMessageLogContext &, const QString &line)
+{
+    // Without a display Qt warns of what such a one cannot do.
+    if (type == QtCriticalMsg || type == QtFatalMsg)
+        output::writeLine(line);
+}
+
+void pass(QtMsgType type, const QMessageLogContext &, const QString &line)
+{
+    output::writeLine(line);
+    if (type == QtDebugMsg)
+        tell(line);
+}
+
+} // namespace
+
+void silence()
+{
+    qInstallMessageHandler(drop);
+}
+
+void show(std::function<void(const QString &)> listener)
+{
+    tell = std::move(listener);
+    // Whatever the user's rules for logging say: the lines are what this program is asked for.
+    QLoggingCategory::defaultCategory()->setEnabled(QtDebugMsg, true);
+    qInstallMessageHandler(pass);
+}
+
+} // namespace servicelog
