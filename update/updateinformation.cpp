@@ -25,6 +25,7 @@ namespace {
 
 constexpr int silenceLimit = 60'000;
 constexpr qint64 twoGiB = 2'147'483'648;
+constexpr qint64 oneHundredMiB = 104'857'600;
 constexpr int killPatienceMs = 1000;
 
 const QString scriptName = QStringLiteral("unzip.js");
@@ -64,6 +65,7 @@ QString documentAddress()
 
 int UpdateInformation::silenceLimitMs = silenceLimit;
 qint64 UpdateInformation::largestPackage = twoGiB;
+qint64 UpdateInformation::largestDocument = oneHundredMiB;
 
 UpdateInformation::UpdateInformation(QObject *parent)
     : QObject(parent)
@@ -91,11 +93,17 @@ void UpdateInformation::downloadInformation()
     if (manager != nullptr)
         return;
     log() << "UpdateInformation: start download json";
+    isShutDown = false;
     manager = new QNetworkAccessManager;
     const QString address = documentAddress();
     log() << "UpdateInformation:" << address;
     connect(manager, &QNetworkAccessManager::finished, this, &UpdateInformation::replyFinishedInfo);
-    manager->get(QNetworkRequest(QUrl(address)));
+    QNetworkReply *const document = manager->get(QNetworkRequest(QUrl(address)));
+    // There is no time limit, so one without an end would fill the memory. Aborted, it ends as one that failed.
+    connect(document, &QNetworkReply::downloadProgress, this, [document](qint64 received, qint64 total) {
+        if (std::max(received, total) > largestDocument && isUnderWay(*document))
+            document->abort();
+    });
 }
 
 void UpdateInformation::replyFinishedInfo(QNetworkReply *informationReply)
@@ -330,6 +338,7 @@ bool UpdateInformation::unpack()
         }
     });
     const QString folder = backslashed(tempDir->path());
+    process.setWorkingDirectory(tempDir->path());
     process.start(QStringLiteral("cscript"), {scriptName, folder + QStringLiteral("\\temp.zip"), folder});
     return true;
 }
@@ -340,6 +349,7 @@ QString UpdateInformation::endUnpacking()
     QFile::remove(tempDir->filePath(scriptName));
     QFile::remove(tempDir->filePath(QStringLiteral("temp.zip")));
     process.disconnect(this);
+    process.setWorkingDirectory({});
     const QString folder = tempDir->path();
     delete std::exchange(tempDir, nullptr);
     return folder;

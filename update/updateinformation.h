@@ -20,8 +20,9 @@ class QTimer;
  * Each downloadFile() has exactly one outcome: readiedExec(), errorDownloadFile(), or silence after the user's cancel.
  * A further downloadFile() takes the place of the one under way, of which nothing is heard any more.
  *
- * Nothing is trusted but TLS: an address that begins with https is never followed to http, and a certificate that does
- * not hold ends the fetch or the download. A package of more than 2 GiB is refused.
+ * Nothing is trusted but TLS: an address that begins with https is never followed to http, and a certificate that
+ * does not hold ends the fetch or the download. A document of more than 100 MiB and a package of more than 2 GiB are
+ * refused.
  *
  * Rests on QNetworkAccessManager (Qt Network), QProcess and QTemporaryDir (Qt Core).
  */
@@ -67,7 +68,7 @@ public Q_SLOTS:
     /**
      * Fetches the document from the address in the settings (updatesettings::jsonUrl) or, without one, from the
      * built-in one (webpages::updateInformation()). finishedInformation() follows, or nothing if it fails. There is no
-     * time limit.
+     * time limit. Once in the life of the object; further calls do nothing.
      */
     void downloadInformation();
 
@@ -118,6 +119,7 @@ private:
     // What a test may lower, while no download runs.
     static int silenceLimitMs;
     static qint64 largestPackage;
+    static qint64 largestDocument;
 
     QNetworkAccessManager *manager = nullptr;
     QProcess process;

@@ -55,6 +55,7 @@ private Q_SLOTS:
     void bringsEveryLetter();
     void unpacksGzip();
     void aFeedOf64MiBComesWhole();
+    void aFeedWithoutAnEndFails();
     void failures_data();
     void failures();
     void failuresOfCertificates_data();
@@ -173,6 +174,20 @@ void UpdateInformationFetchTest::aFeedOf64MiBComesWhole()
 }
 
 // ---- What does not come ---------------------------------------------------------------------------------------------
+
+void UpdateInformationFetchTest::aFeedWithoutAnEndFails()
+{
+    constexpr qint64 told = 104'857'600;
+    QCOMPARE(UpdateInformationProbe::largestDocument(), told);
+    UpdateInformationProbe::setLargestDocument(1'000'000);
+    const QString address = m_server.address(QStringLiteral("/endless"));
+    InformationThread information;
+    information.fetch(address);
+    const bool ended = information.waitFor(end);
+    UpdateInformationProbe::setLargestDocument(told);
+    QVERIFY(ended);
+    QCOMPARE(information.transcript(), failing(address, QStringLiteral("Operation canceled")));
+}
 
 void UpdateInformationFetchTest::failures_data()
 {

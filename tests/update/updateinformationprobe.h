@@ -9,6 +9,8 @@ public:
     static void setSilenceLimit(int milliseconds) { UpdateInformation::silenceLimitMs = milliseconds; }
     static int silenceLimit() { return UpdateInformation::silenceLimitMs; }
     static void setLargestPackage(qint64 bytes) { UpdateInformation::largestPackage = bytes; }
+    static void setLargestDocument(qint64 bytes) { UpdateInformation::largestDocument = bytes; }
+    static qint64 largestDocument() { return UpdateInformation::largestDocument; }
     static qint64 largestPackage() { return UpdateInformation::largestPackage; }
 
     static QTimer *timer(const UpdateInformation &information) { return information.timer; }

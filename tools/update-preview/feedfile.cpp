@@ -36,7 +36,8 @@ Content read(const QString &fileName)
 
 Parsed parse(const QByteArray &bytes)
 {
-    QStringDecoder decoder(QStringDecoder::Utf8);
+    // Without a state, a letter that is cut off at the end is an error too.
+    QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
     const QString text = decoder.decode(bytes);
     if (decoder.hasError())
         return {{}, QStringLiteral("the text is not UTF-8")};

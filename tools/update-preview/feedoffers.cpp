@@ -1,9 +1,9 @@
 #include "feedoffers.h"
 
-#include "feedkeys.h"
 #include "identity.h"
 #include "languages.h"
 #include "updatefeed.h"
+#include "updatefeedkeys.h"
 #include "updateversions.h"
 
 #include <QTextDocument>

@@ -1,13 +1,13 @@
 #include "feedwarnings.h"
 
 #include "cuttexts.h"
-#include "feedkeys.h"
 #include "feedschema.h"
 #include "informationbox.h"
 #include "languages.h"
 #include "nearest.h"
 #include "servicewindows.h"
 #include "updatefeed.h"
+#include "updatefeedkeys.h"
 #include "updatesoftware.h"
 #include "updateversions.h"
 

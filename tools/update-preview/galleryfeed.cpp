@@ -1,7 +1,7 @@
 #include "galleryfeed.h"
 
-#include "feedkeys.h"
 #include "identity.h"
+#include "updatefeedkeys.h"
 #include "updateversions.h"
 
 #include <QFile>

@@ -17,6 +17,7 @@ namespace {
 constexpr int interruptPollMs = 100;
 
 // The service tells nobody of these but its log.
+const QString startFailed = QStringLiteral("UpdateInformation: installer not started");
 const QString fetchEnded = QStringLiteral("UpdateInformation: end of replyFinished");
 const QString downloadAborted = QStringLiteral("UpdateInformation: file download abort");
 const QString cancelReached = QStringLiteral("UpdateInformation: cancel download");
@@ -54,6 +55,8 @@ void LiveRun::hear(const QString &line)
         m_isDownloading = false;
     else if (line == cancelReached && m_isStarting)
         m_isStarting = false;
+    else if (line == startFailed)
+        m_hasInstalled = false;
     else
         return;
     lookAround();

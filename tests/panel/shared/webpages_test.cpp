@@ -42,12 +42,28 @@ private Q_SLOTS:
                 != webpages::address(Model::KdMx4, Page::Product, QLocale::English));
     }
 
+    void onlyJapaneseGetsTheJapaneseSite()
+    {
+        QVERIFY(webpages::home(QLocale::Japanese) != webpages::home(QLocale::English));
+        QCOMPARE(webpages::home(QLocale::Chinese), webpages::home(QLocale::English));
+        QCOMPARE(webpages::home(QLocale::C), webpages::home(QLocale::English));
+    }
+
+    void updateInformationHasItsPath()
+    {
+        QCOMPARE(webpages::updateInformation().path(),
+                 QStringLiteral("/download/fw/corvo9/Corvo9_UpdateInformation.json"));
+    }
+
     void addressesAreSecureAndOnTheReservedName()
     {
-        const QUrl url = webpages::address(Model::KdMx2, Page::Product, QLocale::English);
-        QVERIFY(url.isValid());
-        QCOMPARE(url.scheme(), QStringLiteral("https"));
-        QVERIFY(url.host().endsWith(QStringLiteral(".example")));
+        const QUrl page = webpages::address(Model::KdMx2, Page::Product, QLocale::English);
+        for (const QUrl &url : {page, webpages::home(QLocale::English), webpages::updateInformation()}) {
+            QVERIFY(url.isValid());
+            QCOMPARE(url.scheme(), QStringLiteral("https"));
+            QVERIFY(url.host().endsWith(QStringLiteral(".example")));
+            QCOMPARE(url.host(), page.host());
+        }
     }
 };
 

@@ -78,6 +78,7 @@ void TestCheck::faultIsNamedByItsPlace_data()
     add("empty file", "", "error: \"\": This is no JSON: line 1, column 1: ");
     add("no JSON", "{\n  \"a\": 1,\n  b\n}", "error: \"\": This is no JSON: line 3, column ");
     add("not UTF-8", "{\"a\": \"\xff\xfe\"}", "error: \"\": This is no JSON: the text is not UTF-8.");
+    add("cut in a letter", changed({}) + "\xe3\x81", "error: \"\": This is no JSON: the text is not UTF-8.");
     add("array at the top", "[1]", "error: \"\": Here stands an array where an object belongs.");
     add("no entry", "{}", "error: \"\": The key \"Corvo9_version1\" is missing: nobody is told anything.");
     add("entry is a text", "{\"Corvo9_version1\": \"1.11\"}",

@@ -5,11 +5,17 @@
 #include <QString>
 
 /**
- * Keys of the update-information document, for those who write one or find fault with it. Reading is updatefeed.h's.
+ * Keys of the update-information document. They are wanted by those who write one or find fault with it; updatefeed.h
+ * reads it.
+ *
+ * May be used from any thread. Rests on QString (Qt Core).
  */
 namespace feedkeys {
 
+/// The update entry: the only key at the top.
 const QString entry = QStringLiteral("Corvo9_version1");
+
+/// News, by the English name of a language.
 const QString messages = QStringLiteral("messages");
 
 /// The keys of a product.

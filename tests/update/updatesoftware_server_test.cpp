@@ -1,0 +1,185 @@
+#include "nextdialog.h"
+#include "realinput.h"
+#include "servicelog.h"
+#include "storedsettings.h"
+#include "updateinformationprobe.h"
+#include "updateserver.h"
+#include "updatesoftwareprobe.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QPushButton>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <memory>
+#include <optional>
+
+namespace {
+
+/// The titles of what the user sees.
+QStringList shownWindows()
+{
+    QStringList titles;
+    const QWidgetList windows = QApplication::topLevelWidgets();
+    for (const QWidget *const window : windows) {
+        if (window->isVisible())
+            titles.append(window->windowTitle());
+    }
+    return titles;
+}
+
+} // namespace
+
+/// What the user gets to see of servers that answer badly.
+class UpdateSoftwareServerTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init()
+    {
+        QVERIFY(m_server.isRunning());
+        QLocale::setDefault(QLocale(QLocale::English));
+        stored::clear();
+        m_folder.emplace();
+        qputenv("TMPDIR", QFile::encodeName(m_folder->path()));
+        m_log = std::make_unique<ServiceLog>();
+    }
+
+    void cleanup()
+    {
+        m_probe.reset();
+        m_service.reset();
+        m_log.reset();
+        QDir::setCurrent(QStringLiteral("/"));
+        qunsetenv("TMPDIR");
+        m_folder.reset();
+    }
+
+    void aBadDocumentShowsNothing_data()
+    {
+        addBadAnswers();
+        const auto add = [](const char *path) { QTest::newRow(path) << path << "http"; };
+        add("/empty");
+        add("/body?size=67108864");
+        add("/document/not-json");
+        add("/document/nested?depth=100000");
+        add("/document/html");
+        add("/document/invalid-utf8");
+        add("/document/array");
+        add("/document/wrong-types");
+        add("/document/other-key");
+    }
+
+    void aBadDocumentShowsNothing()
+    {
+        QFETCH(QString, path);
+        QFETCH(QString, port);
+        start(path, port);
+        QTRY_VERIFY_WITH_TIMEOUT(ServiceLog::contains(QStringLiteral("UpdateInformation: end of replyFinished")),
+                                 30'000);
+        // Behind what the worker has announced.
+        QMetaObject::invokeMethod(
+            &m_probe->information(), [] {}, Qt::BlockingQueuedConnection);
+        QCoreApplication::sendPostedEvents();
+        QCOMPARE(shownWindows(), QStringList());
+        QVERIFY(!m_service->updateOffered());
+    }
+
+    void aPackageThatFailsShowsTheError_data()
+    {
+        addBadAnswers();
+        QTest::newRow("/empty") << "/empty"
+                                << "http";
+        QTest::newRow("too large") << "/body?size=2000000"
+                                   << "http";
+        QTest::newRow("silence") << "/silent/in-body"
+                                 << "http";
+    }
+
+    void aPackageThatFailsShowsTheError()
+    {
+        QFETCH(QString, path);
+        QFETCH(QString, port);
+        start(QStringLiteral("/document/other-key"), QStringLiteral("http"));
+        QTRY_VERIFY(ServiceLog::contains(QStringLiteral("UpdateSoftware: Software update none")));
+        const Limits limits;
+        bool isOnlyWindow = false;
+        const NextDialog error([&](QDialog &dialog) {
+            isOnlyWindow = shownWindows() == QStringList{dialog.windowTitle()};
+            realinput::key(QStringLiteral("Return"));
+        });
+        Q_EMIT m_service->readiedDownloadFile(m_server.address(path, port));
+        QTRY_VERIFY_WITH_TIMEOUT(error.seen() && shownWindows().isEmpty(), 30'000);
+        QVERIFY(isOnlyWindow);
+        QCOMPARE(m_probe->updateStage(), 3);
+        QCOMPARE(QDir(m_folder->path()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot), QStringList());
+    }
+
+    void aGoodPackageShowsTheCompletion()
+    {
+        start(QStringLiteral("/document/other-key"), QStringLiteral("https"));
+        QTRY_VERIFY(ServiceLog::contains(QStringLiteral("UpdateSoftware: Software update none")));
+        Q_EMIT m_service->readiedDownloadFile(
+            m_server.address(QStringLiteral("/body?size=1000&as=package.exe"), QStringLiteral("https")));
+        QTRY_VERIFY(ServiceLog::contains(QStringLiteral("UpdateSoftware: End of downloading"))
+                    && m_probe->downloadWindow() != nullptr && m_probe->downloadBar() == nullptr);
+        QCOMPARE(shownWindows(), QStringList{m_probe->downloadWindow()->windowTitle()});
+    }
+
+private:
+    /// Limits that a test can wait for, until the end of the scope.
+    class Limits
+    {
+    public:
+        Limits()
+        {
+            UpdateInformationProbe::setSilenceLimit(3000);
+            UpdateInformationProbe::setLargestPackage(1'000'000);
+        }
+        ~Limits()
+        {
+            UpdateInformationProbe::setSilenceLimit(m_silence);
+            UpdateInformationProbe::setLargestPackage(m_largest);
+        }
+        Q_DISABLE_COPY_MOVE(Limits)
+
+    private:
+        const int m_silence = UpdateInformationProbe::silenceLimit();
+        const qint64 m_largest = UpdateInformationProbe::largestPackage();
+    };
+
+    /// Answers that are as bad for a document as for a package.
+    void addBadAnswers()
+    {
+        QTest::addColumn<QString>("path");
+        QTest::addColumn<QString>("port");
+        for (const char *const path :
+             {"/status/404", "/status/500", "/loop", "/reset/before", "/reset/in-header", "/reset/after-header",
+              "/reset/in-body", "/close/before", "/close/in-body", "/length/too-long"})
+            QTest::newRow(path) << path << "http";
+        QTest::newRow("refused") << "/"
+                                 << "refused";
+        for (const char *const certificate : {"wrong-host", "self-signed", "expired", "untrusted"})
+            QTest::newRow(certificate) << "/body?size=10" << certificate;
+        const QByteArray insecure = QUrl::toPercentEncoding(m_server.address(QStringLiteral("/body?size=10")));
+        QTest::newRow("https to http") << QStringLiteral("/redirect?to=") + QString::fromLatin1(insecure) << "https";
+    }
+
+    void start(const QString &path, const QString &port)
+    {
+        stored::write(stored::panelFile(), "[Update]\nJsonUrl=\"" + m_server.address(path, port).toUtf8() + "\"\n");
+        m_service = std::make_unique<UpdateSoftware>();
+        m_probe.emplace(*m_service);
+    }
+
+    UpdateServer m_server;
+    std::optional<QTemporaryDir> m_folder;
+    std::unique_ptr<ServiceLog> m_log;
+    std::unique_ptr<UpdateSoftware> m_service;
+    std::optional<UpdateSoftwareProbe> m_probe;
+};
+
+QTEST_MAIN(UpdateSoftwareServerTest)
+#include "updatesoftware_server_test.moc"
