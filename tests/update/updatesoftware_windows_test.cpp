@@ -6,8 +6,8 @@
 #include "servicelog.h"
 #include "storedsettings.h"
 #include "updatesoftwareprobe.h"
-#include "webbrowser.h"
 #include "updatetexts.h"
+#include "webbrowser.h"
 
 #include <QCheckBox>
 #include <QLabel>
