@@ -32,10 +32,8 @@ LiveRun::LiveRun(std::optional<PlayedUnit> unit)
     qApp->installEventFilter(this);
     watchInterrupts();
     // Lines come from two threads. Behind a line, what the service does on it has been done.
-    servicelog::show([this](const QString &line) {
-        QMetaObject::invokeMethod(
-            this, [this, line] { hear(line); }, Qt::QueuedConnection);
-    });
+    connect(this, &LiveRun::logged, this, &LiveRun::hear, Qt::QueuedConnection);
+    servicelog::show([this](const QString &line) { Q_EMIT logged(line); });
     m_service = std::make_unique<UpdateSoftware>();
     connect(m_service.get(), &UpdateSoftware::readiedDownloadFile, this, [this] { m_isDownloading = true; });
 }

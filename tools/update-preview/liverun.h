@@ -21,6 +21,8 @@ struct PlayedUnit
  */
 class LiveRun : public QObject
 {
+    Q_OBJECT
+
 public:
     /// @param unit  asked about; none: there is no unit
     explicit LiveRun(std::optional<PlayedUnit> unit);
@@ -32,6 +34,10 @@ public:
 
     /// Whether an installer has been started.
     bool hasInstalled() const { return m_hasInstalled; }
+
+Q_SIGNALS:
+    /// The service has written a line. @param line  emitted in the thread that writes it
+    void logged(const QString &line);
 
 protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
