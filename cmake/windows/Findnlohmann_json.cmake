@@ -1,0 +1,3 @@
+include(KdmxHeaderOnly)
+kdmx_header_only(nlohmann_json::nlohmann_json nlohmann)
+set(nlohmann_json_FOUND TRUE)
