@@ -3,35 +3,39 @@
 #include <QCoreApplication>
 #include <QEventLoop>
 
+#include <condition_variable>
 #include <mutex>
 
 namespace {
 
-constinit std::atomic<bool> applicationExists = false;
-
-// Held while an event loop is made: the application object, which that needs, does not go away in the meantime.
-constinit std::mutex applicationStays;
-
-// Counts what a waiting thread may have waited for.
-constinit std::atomic<unsigned> wakeUps = 0;
-
-void wakeUp()
+/// What the threads wait for. Atomics cannot be waited for on every system: MinGW's standard library loses wake-ups.
+struct Application
 {
-    wakeUps.fetch_add(1);
-    wakeUps.notify_all();
+    // Held while an event loop is made: the application object, which that needs, does not go away in the meantime.
+    std::mutex lock;
+    std::condition_variable changed;
+    bool exists = false;
+};
+
+/// Never destroyed: threads wait for it before main() and after it.
+Application &application()
+{
+    static auto *const only = new Application;
+    return *only;
 }
 
 void forgetApplication()
 {
-    const std::lock_guard lock(applicationStays);
-    applicationExists.store(false);
+    const std::lock_guard lock(application().lock);
+    application().exists = false;
 }
 
 void announceApplication()
 {
     qAddPostRoutine(forgetApplication);
-    applicationExists.store(true);
-    wakeUp();
+    const std::lock_guard lock(application().lock);
+    application().exists = true;
+    application().changed.notify_all();
 }
 
 } // namespace
@@ -45,25 +49,30 @@ DeviceThread::DeviceThread(QObject *parent)
 
 void DeviceThread::release()
 {
-    m_released.store(true);
-    wakeUp();
+    const std::lock_guard lock(application().lock);
+    m_isReleased = true;
+    application().changed.notify_all();
 }
 
 void DeviceThread::run()
 {
     // As QThread::exec(), but its event loop is made while the application object is sure to be there.
-    while (!m_released.load()) {
-        const unsigned seen = wakeUps.load();
-        std::unique_lock lock(applicationStays);
-        if (applicationExists.load()) {
-            QEventLoop loop;
-            lock.unlock();
-            // Comes back at once when quit() was called before.
-            loop.exec();
-            return;
-        }
-        lock.unlock();
-        if (!m_released.load())
-            wakeUps.wait(seen);
-    }
+    std::unique_lock lock(application().lock);
+    application().changed.wait(lock, [this] { return m_isReleased || application().exists; });
+    if (m_isReleased)
+        return;
+    QEventLoop loop;
+    lock.unlock();
+    // Comes back at once when quit() was called before.
+    loop.exec();
+    lock.lock();
+}
+
+bool DeviceThread::waitForEnd(QDeadlineTimer deadline)
+{
+    if (!wait(deadline))
+        return false;
+    // Taken last in run(): tools that check for races know this lock, and cannot see into wait().
+    const std::lock_guard lock(application().lock);
+    return true;
 }

@@ -1,8 +1,7 @@
 #pragma once
 
+#include <QDeadlineTimer>
 #include <QThread>
-
-#include <atomic>
 
 /**
  * The thread of the device worker. Its event loop starts when the application object exists, however early the thread
@@ -22,9 +21,16 @@ public:
      */
     void release();
 
+    /**
+     * Waits for the thread to end.
+     *
+     * @return whether it has; from then on everything that it did is visible to the caller
+     */
+    bool waitForEnd(QDeadlineTimer deadline);
+
 protected:
     void run() override;
 
 private:
-    std::atomic<bool> m_released = false;
+    bool m_isReleased = false; // under the lock of what the threads wait for
 };

@@ -83,7 +83,7 @@ bool QUSDevice::waitForWorker()
     bool hasEnded = false;
     while (!hasEnded && !limit.hasExpired()) {
         m_gate->cancel();
-        hasEnded = m_thread->wait(QDeadlineTimer(cancelInterval_ms));
+        hasEnded = m_thread->waitForEnd(QDeadlineTimer(cancelInterval_ms));
     }
     return hasEnded;
 }

@@ -56,6 +56,8 @@ QString text(const char *latin1)
 /// refused, and of settings that wait for the next message.
 QString withoutLinkLines(QString printed)
 {
+    // Some systems end a printed line with two characters.
+    printed.remove(u'\r');
     static const QRegularExpression linkLine(
         QStringLiteral("^(\\S+\\.cpp:\\d+:ERROR|GetLastError\\(\\) = 0x[0-9a-f]+|ERROR : \\d+)\n"),
         QRegularExpression::MultilineOption);

@@ -9,6 +9,8 @@
 #include <QTimer>
 
 #include <atomic>
+#include <chrono>
+#include <thread>
 
 namespace {
 
@@ -20,7 +22,8 @@ int heldControl(intptr_t handle, uint32_t code, const void *in, uint32_t in_leng
                 uint32_t *returned)
 {
     hasBegun.store(true);
-    isHeld.wait(true);
+    while (isHeld.load())
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
     return answer(handle, code, in, in_length, out, out_length, returned);
 }
 
@@ -69,11 +72,7 @@ private Q_SLOTS:
     }
 
 private:
-    static void release()
-    {
-        isHeld.store(false);
-        isHeld.notify_all();
-    }
+    static void release() { isHeld.store(false); }
 
     virtualunit_t m_unit = {};
     usplatform_t m_platform = {};

@@ -25,31 +25,32 @@ constinit std::atomic<bool> isCancelled = false;
 // Ends the transfers of a unit that comes back too late.
 constinit std::atomic<bool> isTakenDown = false;
 
-void set(std::atomic<bool> *flag)
+/// By looking again and again: MinGW's standard library loses the wake-ups of atomics.
+void await(const std::atomic<bool> &flag)
 {
-    flag->store(true);
-    flag->notify_all();
+    while (!flag.load())
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
 }
 
 int readyControl(intptr_t handle, uint32_t code, const void *in, uint32_t in_length, void *out, uint32_t out_length,
                  uint32_t *returned)
 {
-    set(&hasBegun);
+    hasBegun.store(true);
     return answer(handle, code, in, in_length, out, out_length, returned);
 }
 
 int slowControl(intptr_t handle, uint32_t code, const void *in, uint32_t in_length, void *out, uint32_t out_length,
                 uint32_t *returned)
 {
-    set(&hasBegun);
+    hasBegun.store(true);
     std::this_thread::sleep_for(std::chrono::milliseconds(200));
     return answer(handle, code, in, in_length, out, out_length, returned);
 }
 
 int cancellableControl(intptr_t, uint32_t, const void *, uint32_t, void *, uint32_t, uint32_t *returned)
 {
-    set(&hasBegun);
-    isCancelled.wait(false);
+    hasBegun.store(true);
+    await(isCancelled);
     *returned = 0;
     return 0;
 }
@@ -57,21 +58,21 @@ int cancellableControl(intptr_t, uint32_t, const void *, uint32_t, void *, uint3
 int lateControl(intptr_t handle, uint32_t code, const void *in, uint32_t in_length, void *out, uint32_t out_length,
                 uint32_t *returned)
 {
-    set(&hasBegun);
-    isTakenDown.wait(false);
+    hasBegun.store(true);
+    await(isTakenDown);
     return answer(handle, code, in, in_length, out, out_length, returned);
 }
 
 int hungControl(intptr_t, uint32_t, const void *, uint32_t, void *, uint32_t, uint32_t *)
 {
-    set(&hasBegun);
+    hasBegun.store(true);
     for (;;)
         std::this_thread::sleep_for(std::chrono::hours(1));
 }
 
 void cancel()
 {
-    set(&isCancelled);
+    isCancelled.store(true);
 }
 
 uint32_t cancelledError()
@@ -118,7 +119,7 @@ OwnerUnit::OwnerUnit()
 
 OwnerUnit::~OwnerUnit()
 {
-    set(&isTakenDown);
+    isTakenDown.store(true);
     // Whoever waited for a transfer in vain, and gave up, now sees it end: give it the time to do harm.
     const char *const named = std::getenv("KDMX_OWNER_UNIT");
     if (named != nullptr && std::string_view(named) == "late")
@@ -127,5 +128,5 @@ OwnerUnit::~OwnerUnit()
 
 void OwnerUnit::waitForTransfer() const
 {
-    hasBegun.wait(false);
+    await(hasBegun);
 }
