@@ -1,3 +1,7 @@
+# Qt would give each test its folders as definitions, for QFINDTESTDATA, which no test here uses. Without them the same
+# precompiled header and the same cached objects fit all.
+set_property(TARGET Qt6::Test PROPERTY INTERFACE_COMPILE_DEFINITIONS QT_TESTLIB_LIB)
+
 # kdmx_add_test(NAME SOURCES ... [LINKS ...] [DEFINES ...] [DISPLAY] [ENVIRONMENT ...] [TIMEOUT s])
 #
 # A test program "<name, with _ for .>_test" and a CTest entry of that name. The program takes in the panel's libraries
@@ -31,7 +35,7 @@ endfunction()
 # A CTest entry for a test program that exists already, for example in another environment.
 function(kdmx_add_test_run name)
     cmake_parse_arguments(PARSE_ARGV 1 arg "DISPLAY" "TIMEOUT;PROGRAM" "ARGUMENTS;ENVIRONMENT")
-    set(command $<TARGET_FILE:${arg_PROGRAM}> ${arg_ARGUMENTS})
+    set(command ${CMAKE_CROSSCOMPILING_EMULATOR} $<TARGET_FILE:${arg_PROGRAM}> ${arg_ARGUMENTS})
     if(arg_DISPLAY)
         list(PREPEND command ${CMAKE_SOURCE_DIR}/tools/virtual-display)
     endif()

@@ -1,15 +1,17 @@
 # The Debian packages that building, showing and testing need, and the function that installs the missing ones.
 # Read by ./run and ./test; a reason for each stands in the README's table.
 
-packages_build=(g++ cmake ninja-build pkgconf qt6-base-dev qt6-tools-dev qt6-l10n-tools libusb-1.0-0-dev
+packages_build=(g++ cmake ninja-build ccache pkgconf qt6-base-dev qt6-tools-dev qt6-l10n-tools libusb-1.0-0-dev
     libcli11-dev nlohmann-json3-dev zlib1g-dev libgtest-dev libumockdev-dev umockdev libvalijson-dev
     libboost-dev libssl-dev libzip-dev)
 packages_display=(xvfb openbox x11-utils xdotool maim fonts-liberation fonts-ipafont-gothic fonts-wqy-microhei)
-packages_lint=(clang-format clang-tidy git)
+packages_lint=(clang-format clang-tidy git python3)
 packages_documents=(mandoc)
 packages_memory=(valgrind)
 packages_guest=(qemu-system-x86 busybox-static cpio kmod xz-utils)
 packages_fuzz=(clang-14 libclang-rt-14-dev)
+packages_windows=(g++-mingw-w64-x86-64-posix libz-mingw-w64-dev dpkg-dev wine wine64 nsis osslsigncode openssl
+    icoutils libimage-exiftool-perl)
 packages_benchmarks=(python3 curl libbenchmark-dev libnanopb-dev nanopb)
 
 # ask_for_packages PACKAGE ...

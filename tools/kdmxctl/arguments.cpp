@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <map>
+#include <variant>
 
 namespace kdmxctl {
 
@@ -70,6 +71,26 @@ void define_options(CLI::App *app, Options *options)
     app->set_version_flag("--version", version_text);
 }
 
+CLI::Option *define(CLI::App *app, const std::string &name, bool *value)
+{
+    return app->add_flag(name, *value);
+}
+
+template <typename Value>
+CLI::Option *define(CLI::App *app, const std::string &name, Value *value)
+{
+    return app->add_option(name, *value);
+}
+
+void define_parameters(CLI::App *app, const std::vector<Parameter> &parameters)
+{
+    for (const Parameter &parameter : parameters) {
+        CLI::Option *const option =
+            std::visit([&](auto *value) { return define(app, parameter.name, value); }, parameter.value);
+        option->required(parameter.need == Need::Required);
+    }
+}
+
 void check_options(const Options &options)
 {
     if (options.timeout && !(*options.timeout > 0 && *options.timeout <= longest_timeout))
@@ -95,7 +116,7 @@ Request parse_arguments(const std::vector<std::string> &arguments, const Command
     std::map<const CLI::App *, Command *> command_of;
     for (const std::unique_ptr<Command> &command : commands) {
         CLI::App *const subcommand = app.add_subcommand(command->texts().name);
-        command->define(subcommand);
+        define_parameters(subcommand, command->parameters());
         command_of[subcommand] = command.get();
     }
     const auto chosen = [&]() -> Command * {

@@ -4,7 +4,10 @@
 
 namespace kdmxctl {
 
-void Command::define(CLI::App *) { }
+std::vector<Parameter> Command::parameters()
+{
+    return {};
+}
 
 bool Command::check(const Options &)
 {

@@ -6,11 +6,8 @@
 
 #include <memory>
 #include <string>
+#include <variant>
 #include <vector>
-
-namespace CLI {
-class App;
-}
 
 namespace kdmxctl {
 
@@ -23,8 +20,18 @@ struct CommandTexts
     std::string details; ///< paragraphs, with examples
 };
 
+enum class Need { Required, Optional };
+
+/// An argument or option of a command's own, and where its value goes.
+struct Parameter
+{
+    std::string name; ///< "NUMBER", or "-n,--blocks" for an option
+    std::variant<std::string *, std::vector<std::string> *, bool *> value; ///< a bool is a flag
+    Need need = Need::Required;
+};
+
 /**
- * One command of the program. The order of calls: texts(), define(), then for the one that was chosen check() and
+ * One command of the program. The order of calls: texts(), parameters(), then for the one that was chosen check() and
  * run_on(), which calls run().
  */
 class Command
@@ -37,8 +44,8 @@ public:
 
     virtual CommandTexts texts() const = 0;
 
-    /// Declares arguments and options of the command's own. They are bound to members.
-    virtual void define(CLI::App *app);
+    /// What the command takes besides the options of every command. The values go to its members.
+    virtual std::vector<Parameter> parameters();
 
     /**
      * Looks at the arguments, and at files that they name, before the unit is looked for; throws bad arguments.

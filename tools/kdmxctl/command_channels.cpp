@@ -2,8 +2,6 @@
 #include "command.h"
 #include "values.h"
 
-#include <CLI/CLI.hpp>
-
 #include <utility>
 
 namespace kdmxctl {
@@ -61,12 +59,12 @@ public:
 
     CommandTexts texts() const override { return m_property.texts; }
 
-    void define(CLI::App *app) override
+    std::vector<Parameter> parameters() override
     {
-        app->add_option("get|set", m_action)->required();
-        app->add_option("CHANNEL", m_channel)->required();
-        app->add_option("NUMBER", m_number)->required();
-        app->add_option("VALUE", m_value);
+        return {{"get|set", &m_action},
+                {"CHANNEL", &m_channel},
+                {"NUMBER", &m_number},
+                {"VALUE", &m_value, Need::Optional}};
     }
 
     bool check(const Options &) override

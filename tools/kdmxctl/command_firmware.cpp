@@ -6,8 +6,6 @@
 #include "stdstreams.h"
 #include "terminal.h"
 
-#include <CLI/CLI.hpp>
-
 namespace kdmxctl {
 
 namespace {
@@ -49,10 +47,9 @@ public:
                 "  kdmxctl firmware kd-mx2.bin --yes --json\n"};
     }
 
-    void define(CLI::App *app) override
+    std::vector<Parameter> parameters() override
     {
-        app->add_option("IMAGE", m_path)->required();
-        app->add_flag("-y,--yes", m_is_confirmed);
+        return {{"IMAGE", &m_path}, {"-y,--yes", &m_is_confirmed, Need::Optional}};
     }
 
     bool check(const Options &) override

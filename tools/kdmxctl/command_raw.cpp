@@ -3,8 +3,6 @@
 #include "usexchange.h"
 #include "values.h"
 
-#include <CLI/CLI.hpp>
-
 #include <algorithm>
 
 namespace kdmxctl {
@@ -57,10 +55,9 @@ public:
                 "  kdmxctl raw -n 3 18010000\n"};
     }
 
-    void define(CLI::App *app) override
+    std::vector<Parameter> parameters() override
     {
-        app->add_option("HEX", m_words)->required();
-        app->add_option("-n,--blocks", m_blocks);
+        return {{"HEX", &m_words}, {"-n,--blocks", &m_blocks, Need::Optional}};
     }
 
     bool check(const Options &) override

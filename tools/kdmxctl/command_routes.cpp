@@ -2,8 +2,6 @@
 #include "command.h"
 #include "values.h"
 
-#include <CLI/CLI.hpp>
-
 #include <algorithm>
 #include <cstdio>
 #include <sstream>
@@ -125,12 +123,12 @@ public:
                 "  kdmxctl route direct-monitor 1 master-out 1 --verify\n"};
     }
 
-    void define(CLI::App *app) override
+    std::vector<Parameter> parameters() override
     {
-        app->add_option("SRC", m_source)->required();
-        app->add_option("SRC-NUMBER", m_source_number)->required();
-        app->add_option("DST", m_destination)->required();
-        app->add_option("DST-NUMBER", m_destination_number)->required();
+        return {{"SRC", &m_source},
+                {"SRC-NUMBER", &m_source_number},
+                {"DST", &m_destination},
+                {"DST-NUMBER", &m_destination_number}};
     }
 
     bool check(const Options &) override

@@ -1,8 +1,6 @@
 #include "command.h"
 #include "values.h"
 
-#include <CLI/CLI.hpp>
-
 #include <utility>
 
 namespace kdmxctl {
@@ -36,7 +34,7 @@ public:
                 "  kdmxctl power-save off --verify\n"};
     }
 
-    void define(CLI::App *app) override { app->add_option("VALUE", m_value)->option_text("on|off"); }
+    std::vector<Parameter> parameters() override { return {{"VALUE", &m_value, Need::Optional}}; }
 
     bool check(const Options &) override
     {
@@ -96,7 +94,7 @@ public:
 
     CommandTexts texts() const override { return m_texts; }
 
-    void define(CLI::App *app) override { app->add_option("VALUE", m_value)->required(); }
+    std::vector<Parameter> parameters() override { return {{"VALUE", &m_value}}; }
 
     bool check(const Options &) override
     {
@@ -135,7 +133,7 @@ public:
                 "  kdmxctl query 0x10\n"};
     }
 
-    void define(CLI::App *app) override { app->add_option("VALUE", m_value)->required(); }
+    std::vector<Parameter> parameters() override { return {{"VALUE", &m_value}}; }
 
     bool check(const Options &) override
     {
