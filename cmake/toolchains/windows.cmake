@@ -13,5 +13,16 @@ set(QT_HOST_PATH_CMAKE_DIR /usr/lib/${CMAKE_HOST_SYSTEM_PROCESSOR}-linux-gnu/cma
 list(APPEND CMAKE_PREFIX_PATH ${KDMX_WINDOWS_QT})
 list(APPEND CMAKE_FIND_ROOT_PATH ${KDMX_WINDOWS_QT})
 
+# The one library of MinGW that the programs use besides its runtime.
+set(ZLIB_USE_STATIC_LIBS ON)
+
+# Where programs of the build tree find what they load, for tools/windows/wine, which runs them.
+execute_process(COMMAND ${CMAKE_CXX_COMPILER} -print-file-name=libstdc++-6.dll
+    OUTPUT_VARIABLE runtime OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
+cmake_path(GET runtime PARENT_PATH runtime)
+set(KDMX_WINDOWS_LIBRARY_FOLDERS ${KDMX_WINDOWS_QT}/bin:${runtime}:/usr/x86_64-w64-mingw32/lib)
+set(CMAKE_CROSSCOMPILING_EMULATOR ${CMAKE_CURRENT_LIST_DIR}/../../tools/windows/wine)
+cmake_path(NORMAL_PATH CMAKE_CROSSCOMPILING_EMULATOR)
+
 # Packages that are headers only, or source: Debian's own CMake files would put this machine's headers on the path.
 list(APPEND CMAKE_MODULE_PATH ${CMAKE_CURRENT_LIST_DIR}/../windows)

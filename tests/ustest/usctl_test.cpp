@@ -504,8 +504,8 @@ TEST(UsctlIdentity, TextsAreCutToTheirRoom)
         for (const uint8_t max : {uint8_t{8}, uint8_t{20}, uint8_t{255}}) {
             Conversation talk;
             talk.reply(ready);
-            Bytes answer = {id, 5, 20};
-            answer.insert(answer.end(), text.begin(), text.end());
+            Bytes answer(text.begin(), text.end());
+            answer.insert(answer.begin(), {id, 5, 20});
             talk.reply(answer);
             Bytes out(max, 0xEE);
             uint8_t length = 0;
