@@ -61,6 +61,11 @@ InstanceLock::Result InstanceLock::tryLock()
         return Result::Locked;
 
     m_errorText.clear();
+    if (m_name.isEmpty()) {
+        // Such a mutex could be made, but nobody else would find it.
+        m_errorText = QStringLiteral("no name");
+        return Result::Failed;
+    }
     const std::wstring name = m_name.toStdWString();
     const HANDLE mutex = CreateMutexW(nullptr, TRUE, name.c_str());
     const DWORD error = GetLastError();
@@ -68,7 +73,7 @@ InstanceLock::Result InstanceLock::tryLock()
     // A holder that runs elevated keeps its mutex from this process.
     if (!mutex && error == ERROR_ACCESS_DENIED)
         return Result::HeldByOther;
-    if (!mutex || name.empty()) {
+    if (!mutex) {
         m_errorText = errorOf(m_name, error);
         return Result::Failed;
     }

@@ -1,5 +1,6 @@
 #include "privatefolder.h"
 
+#include "environment.h"
 #include "updatesettings.h"
 
 #include <QDir>
@@ -24,9 +25,9 @@ PrivateFolder::PrivateFolder()
     if (!m_folder.isValid() || !folder.mkdir(settingsName) || !folder.mkdir(packagesName))
         return;
     QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, folder.filePath(settingsName));
-    const QByteArray packages = QDir::toNativeSeparators(folder.filePath(packagesName)).toLocal8Bit();
+    const QString packages = QDir::toNativeSeparators(folder.filePath(packagesName));
     for (const char *const variable : temporaryVariables)
-        qputenv(variable, packages);
+        environment::set(variable, packages);
 }
 
 PrivateFolder::~PrivateFolder()
