@@ -192,7 +192,7 @@ private Q_SLOTS:
 
     void driversCopyIsNeverRead()
     {
-        stored::write(stored::driverFile(), "[General]\nWakeUp=false\nblockFrames=256\nsampleType=18\n");
+        stored::addDriverValue(QStringLiteral("WakeUp"), QStringLiteral("false"));
         const NextDialog reminder([](QDialog &) { realinput::key(QStringLiteral("Escape")); });
         const MainWindow window;
         QVERIFY(reminder.seen());

@@ -8,7 +8,6 @@
 #include <QAction>
 #include <QButtonGroup>
 #include <QComboBox>
-#include <QFileInfo>
 #include <QLabel>
 #include <QMenuBar>
 #include <QMetaMethod>
@@ -49,7 +48,8 @@ class MainWindowTest : public QObject
 private Q_SLOTS:
     void init()
     {
-        QTest::failOnWarning(QRegularExpression(QStringLiteral(".*")));
+        // Qt says when the registry refuses something, which one case makes it do.
+        QTest::failOnWarning(QRegularExpression(QStringLiteral("^(?!QSettings: Failed to create subkey)")));
         stored::clear();
         stored::writeReminder(false);
         stored::writeDriver(QStringLiteral("256"), QStringLiteral("18"));
@@ -255,15 +255,14 @@ private Q_SLOTS:
 
     void unwritableStoreLeavesAWorkingWindow()
     {
-        stored::clear();
-        stored::writeReminder(false);
-        stored::write(QFileInfo(stored::driverFile()).path(), "a file, not a folder");
+        stored::writeDriver(QString(), QString());
+        stored::makeDriverUnwritable();
         const MainWindow window;
         auto *const combo = child<QComboBox>(window, "cb_bufferSizeValue");
         QCOMPARE(combo->currentIndex(), 2);
         combo->setCurrentIndex(5);
         QCOMPARE(combo->currentIndex(), 5);
-        QVERIFY(!QFile::exists(stored::driverFile()));
+        QVERIFY(stored::driverValue(frames).isNull());
     }
 
     void windowIsFixedAndWithinItsLargestSize()

@@ -1,12 +1,10 @@
 #include "probeprocess.h"
 
+#include "processcontrol.h"
+
 #include <QCoreApplication>
 #include <QProcessEnvironment>
 #include <QRegularExpression>
-
-#include <csignal>
-#include <sys/prctl.h>
-#include <sys/types.h>
 
 #ifdef __SANITIZE_THREAD__
 // QProcess starts its processes with clone(2), after which ThreadSanitizer refuses new threads in this process too.
@@ -20,7 +18,7 @@ const char *__tsan_default_options()
 
 QString ProbeProcess::program()
 {
-    return QCoreApplication::applicationDirPath() + QStringLiteral("/singleinstance_probe");
+    return qEnvironmentVariable("KDMX_PROBE");
 }
 
 ProbeProcess::ProbeProcess(const QString &runtimeFolder, const QStringList &arguments, const QString &program)
@@ -29,7 +27,7 @@ ProbeProcess::ProbeProcess(const QString &runtimeFolder, const QStringList &argu
     environment.insert(QStringLiteral("XDG_RUNTIME_DIR"), runtimeFolder);
     environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
     m_process.setProcessEnvironment(environment);
-    m_process.setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGKILL); });
+    processcontrol::endWithThisProcess(m_process);
 
     QObject::connect(&m_process, &QProcess::readyReadStandardOutput, &m_process, [this] { read(); });
     QObject::connect(&m_process, &QProcess::readyReadStandardError, &m_process, [this] { read(); });
@@ -59,9 +57,19 @@ int ProbeProcess::exitCode() const
     return m_ended && m_process.exitStatus() == QProcess::NormalExit ? m_process.exitCode() : -1;
 }
 
-void ProbeProcess::signal(int number)
+void ProbeProcess::kill()
 {
-    ::kill(static_cast<pid_t>(m_process.processId()), number);
+    m_process.kill();
+}
+
+void ProbeProcess::suspend()
+{
+    processcontrol::suspend(m_process.processId());
+}
+
+void ProbeProcess::resume()
+{
+    processcontrol::resume(m_process.processId());
 }
 
 void ProbeProcess::read()
@@ -69,7 +77,7 @@ void ProbeProcess::read()
     m_errors += m_process.readAllStandardError();
     m_output += m_process.readAllStandardOutput();
     for (qsizetype end = m_output.indexOf('\n'); end >= 0; end = m_output.indexOf('\n')) {
-        m_lines += QString::fromLocal8Bit(m_output.left(end));
+        m_lines += QString::fromUtf8(m_output.left(end)).remove(u'\r');
         m_output.remove(0, end + 1);
     }
 }

@@ -7,19 +7,18 @@
 /**
  * A running singleinstance_probe. Its process ends together with the object, in whatever state it is.
  *
- * What it prints is collected in the event loop. Rests on QProcess and, should the test itself die,
- * PR_SET_PDEATHSIG.
+ * What it prints is collected in the event loop. Rests on QProcess and processcontrol.
  */
 class ProbeProcess
 {
 public:
-    /// The probe, which lies next to the test program.
+    /// The probe's executable, $KDMX_PROBE.
     static QString program();
 
     /**
      * Starts a probe.
      *
-     * @param runtimeFolder  $XDG_RUNTIME_DIR of the process
+     * @param runtimeFolder  $XDG_RUNTIME_DIR of the process; Windows knows no such folder
      * @param arguments  of the program
      * @param program  the probe, or a program that starts it
      */
@@ -47,10 +46,11 @@ public:
     int exitCode() const;
 
     /// Everything the process has printed as warnings.
-    QString errors() const { return QString::fromLocal8Bit(m_errors); }
+    QString errors() const { return QString::fromLocal8Bit(m_errors).remove(u'\r'); }
 
-    /// Sends a signal.
-    void signal(int number);
+    void kill();
+    void suspend();
+    void resume();
 
 private:
     void read();

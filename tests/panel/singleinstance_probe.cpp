@@ -20,21 +20,20 @@ void print(const QString &line)
     std::fflush(stdout);
 }
 
-// Plain argv: the application object takes what it needs from here.
-QString option(int argc, char **argv, const char *name, const QString &otherwise)
+/// The first two arguments may be "--id" and the id: plain argv, for the application object is made with it.
+std::unique_ptr<QtSingleApplication> makeApplication(int &argc, char **argv)
 {
-    for (int i = 1; i + 1 < argc; ++i) {
-        if (qstrcmp(argv[i], name) == 0)
-            return QString::fromLocal8Bit(argv[i + 1]);
-    }
-    return otherwise;
+    if (argc < 3 || qstrcmp(argv[1], "--id") != 0)
+        return std::make_unique<QtSingleApplication>(argc, argv);
+    return std::make_unique<QtSingleApplication>(QString::fromLocal8Bit(argv[2]), argc, argv);
 }
 
-std::unique_ptr<QtSingleApplication> makeApplication(const QString &id, int &argc, char **argv)
+/// Not from argv, which has lost what the system's code page has no letter for.
+QString option(const QString &name, const QString &otherwise)
 {
-    if (id.isEmpty())
-        return std::make_unique<QtSingleApplication>(argc, argv);
-    return std::make_unique<QtSingleApplication>(id, argc, argv);
+    const QStringList arguments = QCoreApplication::arguments();
+    const qsizetype place = arguments.indexOf(name);
+    return place < 0 ? otherwise : arguments.value(place + 1);
 }
 
 int tryToConnect(const QString &serverName)
@@ -72,12 +71,10 @@ int receive(QtSingleApplication &application)
 
 int main(int argc, char *argv[])
 {
-    const QString id = option(argc, argv, "--id", QString());
-    const QString message = option(argc, argv, "--message", QStringLiteral("show"));
-    const int timeout = option(argc, argv, "--timeout", QStringLiteral("5000")).toInt();
-    const QString serverName = option(argc, argv, "--connect", QString());
-
-    const auto application = makeApplication(id, argc, argv);
+    const auto application = makeApplication(argc, argv);
+    const QString message = option(QStringLiteral("--message"), QStringLiteral("show"));
+    const int timeout = option(QStringLiteral("--timeout"), QStringLiteral("5000")).toInt();
+    const QString serverName = option(QStringLiteral("--connect"), QString());
     if (!serverName.isEmpty())
         return tryToConnect(serverName);
     if (application->isRunning())

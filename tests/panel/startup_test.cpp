@@ -18,7 +18,6 @@
 #include <QTemporaryDir>
 #include <QTest>
 
-#include <csignal>
 #include <memory>
 #include <vector>
 
@@ -26,41 +25,6 @@ namespace {
 
 const QString mainTitle = QStringLiteral("VELMAR KD-MX Series");
 const QString reminderTitle = QStringLiteral("VELMAR KD-MX Series Information");
-
-QString runtimeFile(const QString &pattern)
-{
-    const QDir folder(qEnvironmentVariable("XDG_RUNTIME_DIR"));
-    const QStringList names = folder.entryList({pattern}, QDir::Files | QDir::System | QDir::Hidden);
-    return names.isEmpty() ? QString() : folder.filePath(names.first());
-}
-
-/// A folder on a small file system of its own; skips the test where mounting is refused.
-class SmallFileSystem
-{
-public:
-    explicit SmallFileSystem(const QString &options)
-    {
-        m_mounted = QProcess::execute(QStringLiteral("mount"),
-                                      {QStringLiteral("-t"), QStringLiteral("tmpfs"), QStringLiteral("-o"), options,
-                                       QStringLiteral("tmpfs"), m_folder.path()})
-            == 0;
-    }
-
-    ~SmallFileSystem()
-    {
-        if (m_mounted)
-            QProcess::execute(QStringLiteral("umount"), {QStringLiteral("-l"), m_folder.path()});
-    }
-
-    Q_DISABLE_COPY_MOVE(SmallFileSystem)
-
-    bool isMounted() const { return m_mounted; }
-    QString path() const { return m_folder.path(); }
-
-private:
-    QTemporaryDir m_folder;
-    bool m_mounted = false;
-};
 
 /// Plays a first instance of the panel that does as it is told: holds the lock and listens.
 class FirstInstance
@@ -169,8 +133,7 @@ private Q_SLOTS:
         PanelProcess first;
         QVERIFY(first.start());
         QVERIFY(first.waitForWindow());
-        const QString window = first.windows(mainTitle).first();
-        QProcess::execute(QStringLiteral("xdotool"), {QStringLiteral("windowminimize"), window});
+        first.minimise();
         QTRY_VERIFY(first.windows(mainTitle).isEmpty());
 
         PanelProcess second;
@@ -198,11 +161,11 @@ private Q_SLOTS:
         PanelProcess first;
         QVERIFY(first.start());
         QVERIFY(first.waitForWindow());
-        first.sendSignal(SIGSTOP);
+        first.suspend();
         PanelProcess second;
         QVERIFY(second.start());
         QCOMPARE(second.waitForExit(), 1);
-        first.sendSignal(SIGCONT);
+        first.resume();
         QCOMPARE(first.close(), 0);
     }
 
@@ -236,7 +199,7 @@ private Q_SLOTS:
         PanelProcess first;
         QVERIFY(first.start());
         QVERIFY(first.waitForWindow());
-        first.sendSignal(SIGKILL);
+        first.kill();
         QCOMPARE(first.waitForExit(), -2);
         PanelProcess second;
         QVERIFY(second.start());
@@ -247,8 +210,9 @@ private Q_SLOTS:
     void copyAtAnotherPathIsIndependent()
     {
         const QTemporaryDir folder;
-        const QString copy = folder.filePath(QStringLiteral("KD-MX_Series"));
-        QVERIFY(QFile::copy(qEnvironmentVariable("KDMX_PANEL"), copy));
+        const QFileInfo original(qEnvironmentVariable("KDMX_PANEL"));
+        const QString copy = folder.filePath(original.fileName());
+        QVERIFY(QFile::copy(original.filePath(), copy));
         PanelProcess first;
         PanelProcess other(copy);
         QVERIFY(first.start());
@@ -281,113 +245,6 @@ private Q_SLOTS:
             if (code == -1)
                 QVERIFY(panel->waitForWindow());
         }
-    }
-
-    void deadLockFilesDelayNothing_data()
-    {
-        QTest::addColumn<QByteArray>("content");
-        QTest::newRow("empty") << QByteArray();
-        QTest::newRow("garbage") << QByteArray("\xff\x00\x01 not a lock \n\n", 17);
-    }
-
-    void deadLockFilesDelayNothing()
-    {
-        QFETCH(QByteArray, content);
-        {
-            PanelProcess panel;
-            QVERIFY(panel.start());
-            QVERIFY(panel.waitForWindow());
-            panel.sendSignal(SIGKILL);
-            QCOMPARE(panel.waitForExit(), -2);
-        }
-        const QString instanceLock = runtimeFile(QStringLiteral("kdmx*.lock"));
-        QVERIFY(!instanceLock.isEmpty());
-        stored::write(instanceLock, content);
-        stored::writeDriver(QStringLiteral("300"), QStringLiteral("0"));
-        stored::write(stored::driverFile() + QStringLiteral(".lock"), content);
-        stored::write(stored::panelFile() + QStringLiteral(".lock"), content);
-        PanelProcess panel;
-        QVERIFY(panel.start());
-        // Qt waits for half a minute where such a lock stops it.
-        QVERIFY(panel.waitForWindow(15000));
-        QCOMPARE(stored::driverValue(QStringLiteral("blockFrames")), QStringLiteral("256"));
-        QCOMPARE(stored::driverValue(QStringLiteral("sampleType")), QStringLiteral("18"));
-    }
-
-    void brokenSettingsFilesAreReplacedAndKept()
-    {
-        const QByteArray garbage = QByteArray("\x01\x02 no settings at all\n\xff\xfe\n");
-        stored::write(stored::driverFile(), garbage);
-        stored::write(stored::panelFile(), garbage + "[PopupMessage]\nWakeUp=false\n");
-        PanelProcess panel;
-        QVERIFY(panel.start());
-        QVERIFY(panel.waitForWindow());
-        QCOMPARE(stored::driverValue(QStringLiteral("blockFrames")), QStringLiteral("256"));
-        QFile kept(stored::driverFile() + QStringLiteral(".bad"));
-        QVERIFY(kept.open(QIODevice::ReadOnly));
-        QCOMPARE(kept.readAll(), garbage);
-    }
-
-    void settingsFolderThatIsAFile()
-    {
-        const QTemporaryDir folder;
-        const QString file = folder.filePath(QStringLiteral("config"));
-        stored::write(file, "a file");
-        worksWithDefaults(file);
-    }
-
-    void readOnlyDisk()
-    {
-        const SmallFileSystem disk(QStringLiteral("ro,size=64k"));
-        if (!disk.isMounted())
-            QSKIP("Mounting a file system is refused here");
-        worksWithDefaults(disk.path());
-    }
-
-    void fullDisk()
-    {
-        const SmallFileSystem disk(QStringLiteral("size=64k"));
-        if (!disk.isMounted())
-            QSKIP("Mounting a file system is refused here");
-        const QByteArray before = "[General]\nblockFrames=300\nsampleType=19\n";
-        stored::write(stored::driverFile(disk.path()), before);
-        QFile filler(disk.path() + QStringLiteral("/filler"));
-        QVERIFY(filler.open(QIODevice::WriteOnly | QIODevice::Unbuffered));
-        while (filler.write(QByteArray(4096, 'x')) > 0) { }
-        worksWithDefaults(disk.path());
-        QFile after(stored::driverFile(disk.path()));
-        QVERIFY(after.open(QIODevice::ReadOnly));
-        QCOMPARE(after.readAll(), before);
-    }
-
-    void worksWithoutFontsTranslationAndBrowser()
-    {
-        PanelProcess panel;
-        panel.setVariable(QStringLiteral("FONTCONFIG_FILE"), QStringLiteral("/dev/null"));
-        panel.setVariable(QStringLiteral("LC_ALL"), QStringLiteral("xx_YY"));
-        panel.setVariable(QStringLiteral("PATH"), QStringLiteral("/nowhere"));
-        QVERIFY(panel.start());
-        QVERIFY(panel.waitForWindow());
-        for (const char *const key : {"Alt_L", "Down", "Right", "Return"})
-            realinput::key(QString::fromLatin1(key));
-        QTest::qWait(200);
-        QCOMPARE(panel.close(), 0);
-    }
-
-private:
-    /// Starts the panel with settings that cannot be written: the reminder comes, then the window, and both work.
-    static void worksWithDefaults(const QString &configFolder)
-    {
-        PanelProcess panel;
-        panel.setVariable(QStringLiteral("XDG_CONFIG_HOME"), configFolder);
-        QVERIFY(panel.start());
-        QVERIFY(panel.waitForWindow(reminderTitle, 20000));
-        realinput::key(QStringLiteral("Escape"));
-        QVERIFY(panel.waitForWindow());
-        realinput::key(QStringLiteral("Tab"));
-        realinput::key(QStringLiteral("Down"));
-        QTRY_VERIFY(panel.errorOutput().contains(QStringLiteral("Change Buffer Size:512")));
-        QCOMPARE(panel.close(), 0);
     }
 };
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QAbstractEventDispatcher>
 #include <QApplication>
 #include <QDialog>
 #include <QTimer>
@@ -22,6 +23,9 @@ public:
             m_poll.stop();
             m_seen = true;
             work(*dialog);
+            // Where the work waited, the end of the dialog came to an event loop inside the dialog's own, and that one
+            // may go on sleeping on Windows.
+            QAbstractEventDispatcher::instance()->interrupt();
         });
         m_poll.start(20);
     }

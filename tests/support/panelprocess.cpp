@@ -1,25 +1,12 @@
 #include "panelprocess.h"
 
-#include <QTest>
+#include "processcontrol.h"
 
-#include <csignal>
+#include <QTest>
 
 namespace {
 
 const QString mainTitle = QStringLiteral("VELMAR KD-MX Series");
-
-QString output(const QString &program, const QStringList &arguments)
-{
-    QProcess process;
-    process.start(program, arguments);
-    process.waitForFinished();
-    return QString::fromUtf8(process.readAllStandardOutput());
-}
-
-QString exactly(const QString &title)
-{
-    return u'^' + title + u'$';
-}
 
 } // namespace
 
@@ -57,30 +44,15 @@ bool PanelProcess::start()
     return m_process.waitForStarted();
 }
 
-QStringList PanelProcess::windows(const QString &title) const
-{
-    return output(QStringLiteral("xdotool"),
-                  {QStringLiteral("search"), QStringLiteral("--all"), QStringLiteral("--onlyvisible"),
-                   QStringLiteral("--pid"), QString::number(pid()), QStringLiteral("--name"), exactly(title)})
-        .split(u'\n', Qt::SkipEmptyParts);
-}
-
 bool PanelProcess::waitForWindow(int timeoutMs)
 {
-    return waitForWindow(mainTitle, timeoutMs)
-        && QTest::qWaitFor(
-               [&] {
-                   const QString active =
-                       output(QStringLiteral("xdotool"), {QStringLiteral("getactivewindow")}).trimmed();
-                   return windows(mainTitle).contains(active);
-               },
-               timeoutMs);
+    return waitForWindow(mainTitle, timeoutMs);
 }
 
 bool PanelProcess::waitForWindow(const QString &title, int timeoutMs)
 {
-    return QTest::qWaitFor([&] { return m_process.state() == QProcess::NotRunning || !windows(title).isEmpty(); },
-                           timeoutMs)
+    const auto isActive = [&] { return windows(title).contains(activeWindow()); };
+    return QTest::qWaitFor([&] { return m_process.state() == QProcess::NotRunning || isActive(); }, timeoutMs)
         && m_process.state() == QProcess::Running;
 }
 
@@ -96,19 +68,22 @@ int PanelProcess::close()
     const QStringList ids = windows(mainTitle);
     if (ids.isEmpty())
         return -1;
-    output(QStringLiteral("xdotool"),
-           {QStringLiteral("windowactivate"), QStringLiteral("--sync"), ids.first(), QStringLiteral("key"),
-            QStringLiteral("alt+F4")});
+    closeWindow(ids.first());
     return waitForExit();
 }
 
-void PanelProcess::sendSignal(int number) const
+void PanelProcess::suspend() const
 {
-    ::kill(static_cast<pid_t>(pid()), number);
+    processcontrol::suspend(pid());
+}
+
+void PanelProcess::resume() const
+{
+    processcontrol::resume(pid());
 }
 
 QString PanelProcess::errorOutput()
 {
-    m_errorOutput += QString::fromUtf8(m_process.readAllStandardError());
-    return m_errorOutput;
+    m_errorOutput += QString::fromUtf8(m_process.readAllStandardError()).remove(u'\r');
+    return withoutTheSystemsLines(m_errorOutput);
 }

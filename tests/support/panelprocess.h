@@ -23,28 +23,41 @@ public:
     /// Starts the process; false if it cannot be started.
     bool start();
 
-    /// X ids of this process's visible windows with exactly this title.
+    /// The system's ids of this process's windows with exactly this title that are on the screen, not minimised.
     QStringList windows(const QString &title) const;
 
     /// Waits until the main window is on the screen and active; false after the given milliseconds.
     bool waitForWindow(int timeoutMs = 20000);
 
-    /// Waits until a window with this title is on the screen; false after the given milliseconds.
+    /// Waits until a window with this title is on the screen and active; false after the given milliseconds.
     bool waitForWindow(const QString &title, int timeoutMs);
+
+    /// Minimises the main window as its title bar's button does.
+    void minimise();
 
     /// Waits for the process to end; its exit code, or -1 if it still runs, or -2 if it crashed or was killed.
     int waitForExit(int timeoutMs = 20000);
 
-    /// Closes the main window by the window manager's key, and waits for the end; the exit code as above.
+    /// Closes the main window as the user does, by key or title bar, and waits for the end; the exit code as above.
     int close();
 
-    void sendSignal(int number) const;
+    /// Kills the process, which has no chance to tidy up.
+    void kill() { m_process.kill(); }
+
+    /// Lets the process hang, and go on.
+    void suspend() const;
+    void resume() const;
+
     qint64 pid() const { return m_process.processId(); }
 
-    /// Everything on standard error so far.
+    /// What the panel wrote to standard error so far, with "\n" at the end of each line.
     QString errorOutput();
 
 private:
+    static QString activeWindow();
+    static void closeWindow(const QString &id);
+    static QString withoutTheSystemsLines(const QString &output);
+
     QProcess m_process;
     QString m_errorOutput;
 };

@@ -6,7 +6,8 @@
 class QWidget;
 
 /**
- * Mouse and keyboard as a user has them: events made by the X server (XTEST, through xdotool), not by Qt.
+ * Mouse and keyboard as a user has them: events made by the window system (XTEST through xdotool, or SendInput on
+ * Windows), not by Qt.
  *
  * Each function returns when the events are out and this process has had the time to receive them. GUI thread.
  */
@@ -17,6 +18,9 @@ void click(const QWidget *widget);
 
 /// The same for a point of the widget.
 void click(const QWidget *widget, QPoint position);
+
+/// The same for a point of the screen, in the screen's own pixels.
+void click(QPoint screenPixel);
 
 /// Presses and releases one key, by its X name ("Tab", "Down", "Return", "Escape", "ctrl+Tab", "alt+F4").
 void key(const QString &name);

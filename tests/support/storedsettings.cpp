@@ -7,30 +7,11 @@
 
 namespace stored {
 
-namespace {
-
-QString folder(const QString &configFolder)
-{
-    return (configFolder.isEmpty() ? qEnvironmentVariable("XDG_CONFIG_HOME") : configFolder)
-        + QStringLiteral("/VELMAR");
-}
-
-} // namespace
-
-QString driverFile(const QString &configFolder)
-{
-    return folder(configFolder) + QStringLiteral("/KD-MX_Series/ASIODRIVER.conf");
-}
-
-QString panelFile(const QString &configFolder)
-{
-    return folder(configFolder) + QStringLiteral("/KD-MXSeries.ini");
-}
-
 QString value(const QString &fileName, const QString &section, const QString &name)
 {
     QFile file(fileName);
-    if (!file.open(QIODevice::ReadOnly))
+    // Lines end with two letters on Windows.
+    if (!file.open(QIODevice::ReadOnly | QIODevice::Text))
         return {};
     QString current;
     const QStringList lines = QString::fromUtf8(file.readAll()).split(u'\n');
@@ -43,11 +24,6 @@ QString value(const QString &fileName, const QString &section, const QString &na
     return {};
 }
 
-QString driverValue(const QString &name, const QString &configFolder)
-{
-    return value(driverFile(configFolder), QStringLiteral("General"), name);
-}
-
 void write(const QString &fileName, const QByteArray &content)
 {
     QVERIFY(QDir().mkpath(QFileInfo(fileName).absolutePath()));
@@ -56,25 +32,10 @@ void write(const QString &fileName, const QByteArray &content)
     QCOMPARE(file.write(content), content.size());
 }
 
-void writeDriver(const QString &blockFrames, const QString &sampleType, const QString &configFolder)
+void writeReminder(bool enabled)
 {
-    QString text = QStringLiteral("[General]\n");
-    if (!blockFrames.isNull())
-        text += QStringLiteral("blockFrames=") + blockFrames + u'\n';
-    if (!sampleType.isNull())
-        text += QStringLiteral("sampleType=") + sampleType + u'\n';
-    write(driverFile(configFolder), text.toUtf8());
-}
-
-void writeReminder(bool enabled, const QString &configFolder)
-{
-    write(panelFile(configFolder),
+    write(panelFile(),
           QByteArray("[PopupMessage]\nWakeUp=") + (enabled ? QByteArray("true") : QByteArray("false")) + '\n');
-}
-
-void clear()
-{
-    QDir(folder({})).removeRecursively();
 }
 
 } // namespace stored

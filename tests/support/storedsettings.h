@@ -3,33 +3,43 @@
 #include <QString>
 
 /**
- * The two settings files as they lie on the disk, without the program's own functions and without QSettings. The
- * folder is $XDG_CONFIG_HOME unless another is given.
+ * The two settings stores as they are in the system, without the program's own functions and without QSettings: two
+ * files on Linux, a registry key and a file on Windows. They are those of the user that the test runs as, so that has
+ * to be a private one (see tools/virtual-display and tools/windows/wine).
  */
 namespace stored {
 
-/// Full path of the file that stands for the driver's registry key.
-QString driverFile(const QString &configFolder = QString());
-
 /// Full path of the panel's own INI file.
-QString panelFile(const QString &configFolder = QString());
+QString panelFile();
 
-/// Text behind "name=" in the section, or null if there is none. "General" is the top level.
+/// Text behind "name=" in a section of a file, or null if there is none. "General" is the top level.
 QString value(const QString &fileName, const QString &section, const QString &name);
 
-/// A value of the driver's file.
-QString driverValue(const QString &name, const QString &configFolder = QString());
+/**
+ * A value of the driver's store, or null if there is none.
+ *
+ * In the registry a number has to be a REG_DWORD and a text a REG_SZ: a text that reads like a number comes in quotes,
+ * and a value of any other type as that type's number in brackets.
+ */
+QString driverValue(const QString &name);
 
 /// Replaces a file, folders included.
 void write(const QString &fileName, const QByteArray &content);
 
-/// Replaces the driver's file by the two values; a null text leaves a value out.
-void writeDriver(const QString &blockFrames, const QString &sampleType, const QString &configFolder = QString());
+/// Replaces the driver's store by the two values; a null text leaves a value out.
+void writeDriver(const QString &blockFrames, const QString &sampleType);
+
+/// Adds a value to the driver's store, or replaces it. In the registry it is a REG_DWORD or, if it is larger, a
+/// REG_QWORD; what is no number is a REG_SZ.
+void addDriverValue(const QString &name, const QString &value);
+
+/// Lets nobody change the driver's store, until clear().
+void makeDriverUnwritable();
 
 /// Replaces the panel's file by one that shows the reminder or not.
-void writeReminder(bool enabled, const QString &configFolder = QString());
+void writeReminder(bool enabled);
 
-/// Removes both files and everything beside them.
+/// Removes both stores and everything beside them.
 void clear();
 
 } // namespace stored

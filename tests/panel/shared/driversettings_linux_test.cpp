@@ -1,5 +1,6 @@
 #include "driversettings.h"
 
+#include "driverfile_linux.h"
 #include "identity.h"
 #include "settingsfile.h"
 #include "storedsettings.h"
@@ -41,7 +42,7 @@ void writeDriver(const QString &name, const QVariant &value)
 
 } // namespace
 
-class DriverSettingsTest : public QObject
+class DriverSettingsLinuxTest : public QObject
 {
     Q_OBJECT
 
@@ -77,16 +78,15 @@ private Q_SLOTS:
     void areEmptyWhenMissingAndReadingMakesNoFile()
     {
         QCOMPARE(openDriverSettings().value(identity::bufferSizeValueName, 0).toInt(), 0);
-        QVERIFY(!QFile::exists(stored::driverFile()));
+        QVERIFY(!QFile::exists(driverFile()));
     }
 
     void keepWhatOthersStored()
     {
-        stored::write(stored::driverFile(), "[General]\nblockFrames=64\nother=kept\n\n[Group]\nvalue=1\n");
+        stored::write(driverFile(), "[General]\nblockFrames=64\nother=kept\n\n[Group]\nvalue=1\n");
         writeDriver(identity::bufferSizeValueName, 128U);
         QCOMPARE(stored::driverValue(QStringLiteral("other")), QStringLiteral("kept"));
-        QCOMPARE(stored::value(stored::driverFile(), QStringLiteral("Group"), QStringLiteral("value")),
-                 QStringLiteral("1"));
+        QCOMPARE(stored::value(driverFile(), QStringLiteral("Group"), QStringLiteral("value")), QStringLiteral("1"));
     }
 
     void surviveAFolderThatIsAFile()
@@ -133,7 +133,7 @@ int main(int argc, char **argv)
     const QCoreApplication application(argc, argv);
     if (application.arguments().contains(writeForever))
         writeEqualPairs();
-    DriverSettingsTest test;
+    DriverSettingsLinuxTest test;
     return QTest::qExec(&test, argc, argv);
 }
-#include "driversettings_test.moc"
+#include "driversettings_linux_test.moc"

@@ -49,7 +49,7 @@ QString folderOf(const InstanceChannel &channel)
 
 } // namespace
 
-class InstanceChannelTest : public QObject
+class InstanceChannelPosixTest : public QObject
 {
     Q_OBJECT
 
@@ -79,12 +79,12 @@ private:
     bool m_lastResortWasThere = false;
 };
 
-void InstanceChannelTest::initTestCase()
+void InstanceChannelPosixTest::initTestCase()
 {
     m_lastResortWasThere = QFile::exists(lastResort());
 }
 
-void InstanceChannelTest::init()
+void InstanceChannelPosixTest::init()
 {
     QTest::failOnWarning(QRegularExpression(QStringLiteral(".*")));
     m_folder = std::make_unique<QTemporaryDir>(QStringLiteral("/tmp/kdmxt-XXXXXX"));
@@ -94,13 +94,13 @@ void InstanceChannelTest::init()
     qputenv("XDG_RUNTIME_DIR", QByteArray());
 }
 
-void InstanceChannelTest::cleanupTestCase()
+void InstanceChannelPosixTest::cleanupTestCase()
 {
     if (!m_lastResortWasThere)
         QDir().rmdir(lastResort());
 }
 
-void InstanceChannelTest::expectFallback(const QString &folder)
+void InstanceChannelPosixTest::expectFallback(const QString &folder)
 {
     const InstanceChannel channel = instanceChannel(id);
     QCOMPARE(folderOf(channel), hasSystemRuntimeFolder() ? userName(QStringLiteral("/run/user/")) : folder);
@@ -108,7 +108,7 @@ void InstanceChannelTest::expectFallback(const QString &folder)
     QVERIFY(isPrivateFolder(folderOf(channel)));
 }
 
-void InstanceChannelTest::namesFilesInTheRuntimeFolder()
+void InstanceChannelPosixTest::namesFilesInTheRuntimeFolder()
 {
     makeFolder(path(QStringLiteral("run")), 0700);
     qputenv("XDG_RUNTIME_DIR", QFile::encodeName(path(QStringLiteral("run/"))));
@@ -120,7 +120,7 @@ void InstanceChannelTest::namesFilesInTheRuntimeFolder()
     QVERIFY(QDir(path(QStringLiteral("run"))).isEmpty());
 }
 
-void InstanceChannelTest::passesOverRuntimeFolder_data()
+void InstanceChannelPosixTest::passesOverRuntimeFolder_data()
 {
     QTest::addColumn<QString>("value");
 
@@ -134,7 +134,7 @@ void InstanceChannelTest::passesOverRuntimeFolder_data()
     QTest::newRow("too long") << QStringLiteral("%1/") + QString(60, u'x');
 }
 
-void InstanceChannelTest::passesOverRuntimeFolder()
+void InstanceChannelPosixTest::passesOverRuntimeFolder()
 {
     QFETCH(QString, value);
     makeFolder(path(QStringLiteral("run")), 0700);
@@ -150,7 +150,7 @@ void InstanceChannelTest::passesOverRuntimeFolder()
     QDir::setCurrent(previous);
 }
 
-void InstanceChannelTest::passesOverRuntimeFolderOfOthers()
+void InstanceChannelPosixTest::passesOverRuntimeFolderOfOthers()
 {
     if (::geteuid() != 0)
         QSKIP("Only root can make a folder that belongs to somebody else.");
@@ -161,14 +161,14 @@ void InstanceChannelTest::passesOverRuntimeFolderOfOthers()
     expectFallback(path(QStringLiteral("tmp")) + userName(QStringLiteral("/kdmx-")));
 }
 
-void InstanceChannelTest::makesTemporaryFolder()
+void InstanceChannelPosixTest::makesTemporaryFolder()
 {
     const QString expected = path(QStringLiteral("tmp")) + userName(QStringLiteral("/kdmx-"));
     expectFallback(expected);
     expectFallback(expected);
 }
 
-void InstanceChannelTest::passesOverTemporaryFolder_data()
+void InstanceChannelPosixTest::passesOverTemporaryFolder_data()
 {
     QTest::addColumn<QString>("obstacle");
 
@@ -179,14 +179,14 @@ void InstanceChannelTest::passesOverTemporaryFolder_data()
     QTest::newRow("too long") << QStringLiteral("long");
 }
 
-void InstanceChannelTest::useLongTemporaryFolder()
+void InstanceChannelPosixTest::useLongTemporaryFolder()
 {
     const QString folder = path(QString(60, u'x'));
     makeFolder(folder, 01777);
     qputenv("TMPDIR", QFile::encodeName(folder));
 }
 
-void InstanceChannelTest::passesOverTemporaryFolder()
+void InstanceChannelPosixTest::passesOverTemporaryFolder()
 {
     QFETCH(QString, obstacle);
     const QString usual = path(QStringLiteral("tmp")) + userName(QStringLiteral("/kdmx-"));
@@ -204,7 +204,7 @@ void InstanceChannelTest::passesOverTemporaryFolder()
     expectFallback(lastResort());
 }
 
-void InstanceChannelTest::passesOverTemporaryFolderOfOthers()
+void InstanceChannelPosixTest::passesOverTemporaryFolderOfOthers()
 {
     if (::geteuid() != 0)
         QSKIP("Only root can make a folder that belongs to somebody else.");
@@ -215,7 +215,7 @@ void InstanceChannelTest::passesOverTemporaryFolderOfOthers()
     expectFallback(lastResort());
 }
 
-void InstanceChannelTest::pathStaysShort()
+void InstanceChannelPosixTest::pathStaysShort()
 {
     makeFolder(path(QStringLiteral("run")), 0700);
     qsizetype longest = 0;
@@ -228,7 +228,7 @@ void InstanceChannelTest::pathStaysShort()
     QCOMPARE(longest, 99);
 }
 
-void InstanceChannelTest::saysWhatItTried()
+void InstanceChannelPosixTest::saysWhatItTried()
 {
     const InstanceChannel channel = instanceChannel(QString(120, u'x'));
     QVERIFY(channel.lockName.isEmpty());
@@ -236,6 +236,6 @@ void InstanceChannelTest::saysWhatItTried()
     QVERIFY2(channel.errorText.contains(lastResort()), qUtf8Printable(channel.errorText));
 }
 
-QTEST_APPLESS_MAIN(InstanceChannelTest)
+QTEST_APPLESS_MAIN(InstanceChannelPosixTest)
 
-#include "instancechannel_test.moc"
+#include "instancechannel_posix_test.moc"
