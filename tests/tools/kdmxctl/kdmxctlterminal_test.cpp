@@ -98,6 +98,7 @@ void KdmxctlTerminalTest::controlCAtTheQuestionSendsNothing()
 {
     TerminalProcess process(transfer("--virtual"), usual_columns);
     QVERIFY(process.await_text(question));
+    QVERIFY(process.await_sleep());
     process.type("\x03");
     QCOMPARE(process.finish(), int{Interrupted});
     QVERIFY(process.shown().endsWith("\r\n\rkdmxctl: Interrupted. Nothing was sent.\r\n"));
@@ -171,6 +172,7 @@ void KdmxctlTerminalTest::theTerminalIsLeftAsItWas()
     TerminalProcess process(transfer("--virtual"), usual_columns);
     const termios before = process.settings();
     QVERIFY(process.await_text(question));
+    QVERIFY(process.await_sleep());
     process.type("\x03");
     QCOMPARE(process.finish(), int{Interrupted});
     const termios after = process.settings();

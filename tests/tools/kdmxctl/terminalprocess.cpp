@@ -1,6 +1,8 @@
 #include "terminalprocess.h"
 
 #include <QDeadlineTimer>
+#include <QFile>
+#include <QTest>
 
 #include <cerrno>
 #include <csignal>
@@ -75,6 +77,19 @@ bool TerminalProcess::await_text(const char *text)
             return false;
     }
     return true;
+}
+
+bool TerminalProcess::await_sleep() const
+{
+    // "PID (NAME) STATE ..."
+    QFile status(QStringLiteral("/proc/%1/stat").arg(m_child));
+    return QTest::qWaitFor(
+        [&] {
+            const bool sleeps = status.open(QIODevice::ReadOnly) && status.readAll().contains(") S ");
+            status.close();
+            return sleeps;
+        },
+        patience_ms);
 }
 
 void TerminalProcess::type(const char *keys)

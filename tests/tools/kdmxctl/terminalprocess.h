@@ -20,6 +20,9 @@ public:
     /// Waits until the terminal has shown a text.
     bool await_text(const char *text);
 
+    /// Waits until the program waits too. Before its first wait, ThreadSanitizer's runtime may lose a signal.
+    bool await_sleep() const;
+
     /// Types keys; "\x03" is Ctrl-C, "\x04" Ctrl-D.
     void type(const char *keys);
 
