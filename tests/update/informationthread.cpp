@@ -1,5 +1,6 @@
 #include "informationthread.h"
 
+#include "environment.h"
 #include "storedsettings.h"
 
 #include <QDir>
@@ -30,7 +31,7 @@ InformationThread::InformationThread()
     : m_formerFolder(QDir::currentPath())
     , m_information(std::make_unique<UpdateInformation>())
 {
-    qputenv("TMPDIR", QFile::encodeName(m_folder.path()));
+    environment::set(environment::temporaryFolder(), m_folder.path());
     listen();
     m_information->moveToThread(&m_thread);
     m_courier.moveToThread(&m_thread);
@@ -41,7 +42,7 @@ InformationThread::~InformationThread()
 {
     end();
     QDir::setCurrent(m_formerFolder);
-    qunsetenv("TMPDIR");
+    qunsetenv(environment::temporaryFolder());
 }
 
 /// Straight connections: what the object does and says stands in one order.
@@ -88,14 +89,19 @@ void InformationThread::cancel()
 
 QStringList InformationThread::transcript()
 {
-    if (m_information != nullptr && m_thread.isRunning())
-        in([this](UpdateInformation &) { take(); });
-    else
+    QStringList lines;
+    // Copied where it is written, for the object may speak again at once.
+    const auto copy = [&] {
         take();
+        lines = m_transcript;
+    };
+    if (m_information != nullptr && m_thread.isRunning())
+        in([&](UpdateInformation &) { copy(); });
+    else
+        copy();
     const QRegularExpression made(escaped(m_folder.path()) + QStringLiteral("/[^/]+"));
     const QRegularExpression madeWindows(escaped(m_folder.path().replace(u'/', u'\\'))
                                          + QStringLiteral("\\\\[^\\\\]+"));
-    QStringList lines = m_transcript;
     return lines.replaceInStrings(made, QStringLiteral("TEMP")).replaceInStrings(madeWindows, QStringLiteral("TEMP"));
 }
 

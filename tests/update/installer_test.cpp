@@ -25,11 +25,8 @@ void InstallerTest::program_data()
 void InstallerTest::program()
 {
     QFETCH(const QString, path);
-#ifdef Q_OS_WIN
-    QCOMPARE(installerProgram(path), u'"' + path + u'"');
-#else
-    QCOMPARE(installerProgram(path), path);
-#endif
+    const QString quote = QStringLiteral(KDMX_QUOTE);
+    QCOMPARE(installerProgram(path), quote + path + quote);
 }
 
 QTEST_APPLESS_MAIN(InstallerTest)

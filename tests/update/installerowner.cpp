@@ -1,47 +1,46 @@
-// Owns the service for a test that ends it: downloads the package at the address that is its argument, prints the path
-// of the installer, starts it as soon as a line comes on standard input, and ends. "stay" as a second argument lets it
-// go on until it is killed.
+#include "installerowner.h"
 
-#include "debuglines.h"
-#include "packageservice.h"
-
-#include <QCoreApplication>
-#include <QFile>
-#include <QStringList>
 #include <QTest>
-
-#include <cstdio>
 
 namespace {
 
-bool readLine()
-{
-    char line[16];
-    return std::fgets(line, sizeof line, stdin) != nullptr;
-}
+constexpr int patienceMs = 30'000;
 
 } // namespace
 
-int main(int argc, char *argv[])
+InstallerOwner::InstallerOwner(const QString &address, bool isKilled)
+    : m_isKilled(isKilled)
 {
-    QCoreApplication application(argc, argv);
-    const QStringList arguments = QCoreApplication::arguments();
-    const DebugLines lines;
-    PackageService service;
-    if (!service.fetch())
-        return 1;
-    service.download(arguments.value(1));
-    if (!QTest::qWaitFor([&] { return service.events().contains(QStringLiteral("ready")); }, 30'000))
-        return 2;
-    service.settle();
-    const QStringList told = DebugLines::take();
-    std::printf("%s\n", QFile::encodeName(told.last().section(u' ', 2)).constData());
-    std::fflush(stdout);
-    if (!readLine())
-        return 3;
-    service.launch();
-    service.settle();
-    if (service.events().contains(QStringLiteral("error")))
-        return 4;
-    return arguments.value(2) == QStringLiteral("stay") ? QCoreApplication::exec() : 0;
+    m_process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    m_process.start(qEnvironmentVariable("KDMX_INSTALLER_OWNER"),
+                    {address, isKilled ? QStringLiteral("stay") : QString()});
+}
+
+InstallerOwner::~InstallerOwner()
+{
+    m_process.kill();
+    m_process.waitForFinished();
+}
+
+QString InstallerOwner::installer()
+{
+    QByteArray told;
+    const bool isTold =
+        QTest::qWaitFor([&] { return (told += m_process.readAllStandardOutput()).endsWith('\n'); }, patienceMs);
+    return isTold ? QString::fromUtf8(told.trimmed()) : QString();
+}
+
+void InstallerOwner::launch()
+{
+    m_process.write("go\n");
+}
+
+bool InstallerOwner::end()
+{
+    if (m_isKilled)
+        m_process.kill();
+    if (!QTest::qWaitFor([&] { return m_process.state() == QProcess::NotRunning; }, patienceMs))
+        return false;
+    return m_isKilled ? m_process.exitStatus() == QProcess::CrashExit
+                      : m_process.exitStatus() == QProcess::NormalExit && m_process.exitCode() == 0;
 }

@@ -12,8 +12,8 @@ struct Method
     QByteArray signature;
 };
 
-constexpr QMetaMethod::MethodType signal = QMetaMethod::Signal;
-constexpr QMetaMethod::MethodType slot = QMetaMethod::Slot;
+constexpr QMetaMethod::MethodType signalType = QMetaMethod::Signal;
+constexpr QMetaMethod::MethodType slotType = QMetaMethod::Slot;
 
 void compareMethods(const QMetaObject &metaObject, const QList<Method> &expected)
 {
@@ -44,22 +44,22 @@ private Q_SLOTS:
     {
         compareMethods(UpdateInformation::staticMetaObject,
                        {
-                           {signal, "finishedInformation(QString)"},
-                           {signal, "startedDownloadFile()"},
-                           {signal, "finishedDownloadFile()"},
-                           {signal, "progressValueChanged(int)"},
-                           {signal, "errorDownloadFile()"},
-                           {signal, "readiedExec()"},
-                           {slot, "downloadInformation()"},
-                           {slot, "downloadFile(QString)"},
-                           {slot, "cancelDownload()"},
-                           {slot, "timeoutDownload()"},
-                           {slot, "execFile()"},
-                           {slot, "replyFinishedInfo(QNetworkReply*)"},
-                           {slot, "replyFinishedFileDownload(QNetworkReply*)"},
-                           {slot, "replyFinishedUnzip(int,QProcess::ExitStatus)"},
-                           {slot, "replyFinishedMount(int,QProcess::ExitStatus)"},
-                           {slot, "replyDownloadProgress(qlonglong,qlonglong)"},
+                           {signalType, "finishedInformation(QString)"},
+                           {signalType, "startedDownloadFile()"},
+                           {signalType, "finishedDownloadFile()"},
+                           {signalType, "progressValueChanged(int)"},
+                           {signalType, "errorDownloadFile()"},
+                           {signalType, "readiedExec()"},
+                           {slotType, "downloadInformation()"},
+                           {slotType, "downloadFile(QString)"},
+                           {slotType, "cancelDownload()"},
+                           {slotType, "timeoutDownload()"},
+                           {slotType, "execFile()"},
+                           {slotType, "replyFinishedInfo(QNetworkReply*)"},
+                           {slotType, "replyFinishedFileDownload(QNetworkReply*)"},
+                           {slotType, "replyFinishedUnzip(int,QProcess::ExitStatus)"},
+                           {slotType, "replyFinishedMount(int,QProcess::ExitStatus)"},
+                           {slotType, "replyDownloadProgress(qlonglong,qlonglong)"},
                        });
     }
 
@@ -80,21 +80,21 @@ private Q_SLOTS:
     {
         compareMethods(UpdateSoftware::staticMetaObject,
                        {
-                           {signal, "readiedDownloadFile(QString)"},
-                           {signal, "stopDownload()"},
-                           {slot, "saveInformation(QString)"},
-                           {slot, "openDownloadFileInfo()"},
-                           {slot, "closeDownloadFileInfo()"},
-                           {slot, "openExecWindow()"},
-                           {slot, "closeExecWindow()"},
-                           {slot, "decideClickedSoftware()"},
-                           {slot, "decideClickedFirmware()"},
-                           {slot, "decideClickedInformation()"},
-                           {slot, "cancelSoftware()"},
-                           {slot, "cancelFirmware()"},
-                           {slot, "cancelDownload()"},
-                           {slot, "showMsgBoxError()"},
-                           {slot, "enableCanselButton(int)"},
+                           {signalType, "readiedDownloadFile(QString)"},
+                           {signalType, "stopDownload()"},
+                           {slotType, "saveInformation(QString)"},
+                           {slotType, "openDownloadFileInfo()"},
+                           {slotType, "closeDownloadFileInfo()"},
+                           {slotType, "openExecWindow()"},
+                           {slotType, "closeExecWindow()"},
+                           {slotType, "decideClickedSoftware()"},
+                           {slotType, "decideClickedFirmware()"},
+                           {slotType, "decideClickedInformation()"},
+                           {slotType, "cancelSoftware()"},
+                           {slotType, "cancelFirmware()"},
+                           {slotType, "cancelDownload()"},
+                           {slotType, "showMsgBoxError()"},
+                           {slotType, "enableCanselButton(int)"},
                        });
     }
 

@@ -1,13 +1,11 @@
 #include "packagescene.h"
 
+#include "environment.h"
 #include "hostrecord.h"
 #include "storedsettings.h"
 
 #include <QDir>
 #include <QFile>
-
-#include <cerrno>
-#include <csignal>
 
 namespace {
 
@@ -24,7 +22,7 @@ void provideSettings()
     static bool isDone = false;
     if (std::exchange(isDone, true))
         return;
-    qputenv("XDG_CONFIG_HOME", QFile::encodeName(settings.path()));
+    environment::set("XDG_CONFIG_HOME", settings.path());
     const QString document = QStringLiteral("/information.json");
     server().serve(document, "{}");
     stored::write(stored::panelFile(), "[Update]\nJsonUrl=" + server().address(document).toLatin1() + '\n');
@@ -33,25 +31,22 @@ void provideSettings()
 } // namespace
 
 PackageScene::PackageScene()
-    : m_formerFolder(QDir::currentPath())
+    : m_formerTemporaryFolder(qEnvironmentVariable(environment::temporaryFolder()))
+    , m_formerFolder(QDir::currentPath())
 {
     provideSettings();
-    set("PATH", folder(QStringLiteral("programs")));
-    set("KDMX_CSCRIPT_RECORD", m_root.filePath(QStringLiteral("record")));
-    set("KDMX_CSCRIPT_MODE", {});
+    environment::set("KDMX_CSCRIPT_RECORD", m_root.filePath(QStringLiteral("record")));
     useTemporaryFolder(folder(QStringLiteral("temporary")));
     QDir::setCurrent(workFolder());
-    useHost();
 }
 
 PackageScene::~PackageScene()
 {
-    for (auto former = m_formerValues.cbegin(); former != m_formerValues.cend(); ++former) {
-        if (former.value().isNull())
-            qunsetenv(former.key().constData());
-        else
-            qputenv(former.key().constData(), former.value());
-    }
+    if (m_formerTemporaryFolder.isNull())
+        qunsetenv(environment::temporaryFolder());
+    else
+        useTemporaryFolder(m_formerTemporaryFolder);
+    qunsetenv("KDMX_CSCRIPT_RECORD");
     QDir::setCurrent(m_formerFolder);
 }
 
@@ -74,12 +69,12 @@ int PackageScene::connections() const
 
 void PackageScene::useTemporaryFolder(const QString &folder)
 {
-    set("TMPDIR", folder);
+    environment::set(environment::temporaryFolder(), folder);
 }
 
 QString PackageScene::temporaryFolder() const
 {
-    return qEnvironmentVariable("TMPDIR");
+    return qEnvironmentVariable(environment::temporaryFolder());
 }
 
 QString PackageScene::workFolder() const
@@ -94,18 +89,6 @@ QString PackageScene::folder(const QString &name) const
     return m_root.filePath(name);
 }
 
-void PackageScene::useHost(const QByteArray &mode)
-{
-    removeHost();
-    QFile::link(qEnvironmentVariable("KDMX_CSCRIPT"), folder(QStringLiteral("programs")) + QStringLiteral("/cscript"));
-    set("KDMX_CSCRIPT_MODE", QString::fromLatin1(mode));
-}
-
-void PackageScene::removeHost()
-{
-    QFile::remove(folder(QStringLiteral("programs")) + QStringLiteral("/cscript"));
-}
-
 void PackageScene::releaseHost()
 {
     stored::write(HostRecord::fileName() + QStringLiteral(".go"), {});
@@ -113,7 +96,7 @@ void PackageScene::releaseHost()
 
 void PackageScene::addProgram(const QString &name, const QByteArray &script)
 {
-    const QString path = folder(QStringLiteral("programs")) + u'/' + name;
+    const QString path = m_host.programs() + u'/' + name;
     stored::write(path, script);
     QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
 }
@@ -127,13 +110,6 @@ QStringList PackageScene::packageFolders() const
     for (const QFileInfo &entry : entries)
         folders.append(entry.absoluteFilePath());
     return folders;
-}
-
-void PackageScene::set(const char *variable, const QString &value)
-{
-    if (!m_formerValues.contains(variable))
-        m_formerValues.insert(variable, qEnvironmentVariableIsSet(variable) ? qgetenv(variable) : QByteArray());
-    qputenv(variable, QFile::encodeName(value));
 }
 
 QString backslashed(const QString &path)
@@ -150,9 +126,4 @@ QByteArray contentOf(const QString &fileName)
 QStringList namesIn(const QString &folder)
 {
     return QDir(folder).entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot, QDir::Name);
-}
-
-bool isAlive(qint64 pid)
-{
-    return kill(static_cast<pid_t>(pid), 0) == 0 || errno != ESRCH;
 }

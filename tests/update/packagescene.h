@@ -1,8 +1,8 @@
 #pragma once
 
 #include "packageserver.h"
+#include "scripthost.h"
 
-#include <QHash>
 #include <QString>
 #include <QTemporaryDir>
 
@@ -41,25 +41,23 @@ public:
     /// A folder of the scene, made if it is not there.
     QString folder(const QString &name) const;
 
-    /// Puts a stand-in for the script host on PATH, or takes it away. @param mode  KDMX_CSCRIPT_MODE
-    void useHost(const QByteArray &mode = {});
-    void removeHost();
+    /// What the service finds as the script host; at first a stand-in that unpacks.
+    ScriptHost &host() { return m_host; }
 
     /// Lets a host in mode "wait" go on.
     void releaseHost();
 
-    /// Makes an executable script of this name, which may hold anything but a slash, on PATH.
+    /// Makes an executable script of this name, which may hold anything but a slash, on PATH. Not on Windows.
     void addProgram(const QString &name, const QByteArray &script);
 
     /// The folders that the service has made, full paths, the oldest first.
     QStringList packageFolders() const;
 
 private:
-    void set(const char *variable, const QString &value);
-
+    const QString m_formerTemporaryFolder;
+    const QString m_formerFolder;
     QTemporaryDir m_root;
-    QString m_formerFolder;
-    QHash<QByteArray, QByteArray> m_formerValues;
+    ScriptHost m_host;
 };
 
 /// A path as Windows writes it.
@@ -71,5 +69,5 @@ QByteArray contentOf(const QString &fileName);
 /// The names of everything in a folder, folders too, sorted.
 QStringList namesIn(const QString &folder);
 
-/// Whether a process of this id lives.
+/// Whether a process of this id lives. Differs from system to system.
 bool isAlive(qint64 pid);

@@ -7,7 +7,8 @@
 namespace {
 
 const QByteArray headerEnd("\r\n\r\n");
-constexpr int trickleMs = 20;
+// Up to 20 ms Qt uses multimedia timers on Windows, of which Wine 8 loses some.
+constexpr int trickleMs = 25;
 
 QByteArray header(const QByteArray &status, qsizetype size, const QByteArray &further = {})
 {

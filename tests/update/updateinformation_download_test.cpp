@@ -1,4 +1,7 @@
+#include "environment.h"
 #include "informationthread.h"
+#include "scripthost.h"
+#include "systemnetwork.h"
 #include "updateinformationprobe.h"
 #include "updateserver.h"
 
@@ -94,27 +97,6 @@ constexpr bool processesBlind = true;
 #else
 constexpr bool processesBlind = false;
 #endif
-
-/// While it lives, the script host is one that never ends.
-class HangingScriptHost
-{
-public:
-    HangingScriptHost()
-    {
-        QFile script(m_folder.filePath(QStringLiteral("cscript")));
-        if (script.open(QIODevice::WriteOnly)) {
-            script.write("#!/bin/sh\nexec sleep 100000\n");
-            script.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-        }
-        qputenv("PATH", QFile::encodeName(m_folder.path()) + ':' + m_formerPath);
-    }
-    ~HangingScriptHost() { qputenv("PATH", m_formerPath); }
-    Q_DISABLE_COPY_MOVE(HangingScriptHost)
-
-private:
-    const QByteArray m_formerPath = qgetenv("PATH");
-    QTemporaryDir m_folder;
-};
 
 /// The percentages of a transcript.
 QList<int> percentages(const QStringList &transcript)
@@ -291,7 +273,9 @@ void UpdateInformationDownloadTest::savesWhatComes()
 
 void UpdateInformationDownloadTest::savesOverTls()
 {
-    const QString address = m_server.address(QStringLiteral("/body?size=3000000&as=a.exe"), QStringLiteral("https"));
+    // Windows' TLS in Qt 6.4 may lose the end of a large body that the server closes behind.
+    const QString address =
+        m_server.address(QStringLiteral("/body?size=3000000&stays=1&as=a.exe"), QStringLiteral("https"));
     InformationThread information;
     QVERIFY(fetched(information));
     information.download(address);
@@ -322,6 +306,8 @@ void UpdateInformationDownloadTest::failures()
 {
     QFETCH(QString, path);
     QFETCH(QString, error);
+    if (path.startsWith(QStringLiteral("/reset/")) && environment::isWine())
+        QSKIP("Wine tells nobody of a connection that was reset");
     for (const QString &port : {QStringLiteral("http"), QStringLiteral("https")}) {
         const QString mark = path.contains(u'?') ? QStringLiteral("&") : QStringLiteral("?");
         const QString address = m_server.address(path + mark + QStringLiteral("as=a.exe"), port);
@@ -338,12 +324,8 @@ void UpdateInformationDownloadTest::failuresOfCertificates_data()
 {
     QTest::addColumn<QString>("error");
     QTest::newRow("refused") << "Connection refused";
-    QTest::newRow("wrong-host")
-        << "SSL handshake failed: The host name did not match any of the valid hosts for this certificate";
-    QTest::newRow("expired") << "SSL handshake failed: The certificate has expired";
-    QTest::newRow("self-signed") << "SSL handshake failed: The certificate is self-signed, and untrusted";
-    QTest::newRow("untrusted") << "SSL handshake failed: The issuer certificate of a locally looked up certificate "
-                                  "could not be found";
+    for (const systemnetwork::CertificateFailure &failure : systemnetwork::certificateFailures())
+        QTest::newRow(failure.port) << failure.error;
 }
 
 void UpdateInformationDownloadTest::failuresOfCertificates()
@@ -418,9 +400,8 @@ void UpdateInformationDownloadTest::withoutAScriptHostAnArchiveIsAnError()
 {
     if (processesBlind)
         QSKIP("the object's thread starts a process");
-    const QByteArray formerPath = qgetenv("PATH");
-    qputenv("PATH", "/nowhere");
-    const auto restore = qScopeGuard([=] { qputenv("PATH", formerPath); });
+    ScriptHost host;
+    host.useNone();
     const QString address = m_server.address(QStringLiteral("/body?as=a.zip"));
     InformationThread information;
     QVERIFY(fetched(information));
@@ -696,7 +677,8 @@ void UpdateInformationDownloadTest::cancelWhileUnpacking()
 {
     if (processesBlind)
         QSKIP("the object's thread starts a process");
-    const HangingScriptHost host;
+    ScriptHost host;
+    host.useStandIn("hang");
     const QString address = m_server.address(QStringLiteral("/body?as=a.zip"));
     InformationThread information;
     QVERIFY(fetched(information));
@@ -759,7 +741,8 @@ void UpdateInformationDownloadTest::aSecondDownloadWhileTheFirstUnpacks()
 {
     if (processesBlind)
         QSKIP("the object's thread starts a process");
-    const HangingScriptHost host;
+    ScriptHost host;
+    host.useStandIn("hang");
     const QString address = m_server.address(QStringLiteral("/body?size=20&as=a.exe"));
     InformationThread information;
     QVERIFY(fetched(information));
@@ -939,7 +922,8 @@ void UpdateInformationDownloadTest::endsCleanlyWhileUnpacking()
 {
     if (processesBlind)
         QSKIP("the object's thread starts a process");
-    const HangingScriptHost host;
+    ScriptHost host;
+    host.useStandIn("hang");
     const QString address = m_server.address(QStringLiteral("/body?as=a.zip"));
     for (const bool destroy : {false, true}) {
         InformationThread information;

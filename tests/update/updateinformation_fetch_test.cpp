@@ -1,5 +1,7 @@
+#include "environment.h"
 #include "informationthread.h"
 #include "storedsettings.h"
+#include "systemnetwork.h"
 #include "updateinformationprobe.h"
 #include "updateserver.h"
 
@@ -215,6 +217,8 @@ void UpdateInformationFetchTest::failures()
 {
     QFETCH(QString, path);
     QFETCH(QString, error);
+    if (path.startsWith(QStringLiteral("/reset/")) && environment::isWine())
+        QSKIP("Wine tells nobody of a connection that was reset");
     for (const QString &port : ports) {
         const QString address = m_server.address(path, port);
         InformationThread information;
@@ -228,12 +232,8 @@ void UpdateInformationFetchTest::failuresOfCertificates_data()
 {
     QTest::addColumn<QString>("error");
     QTest::newRow("refused") << "Connection refused";
-    QTest::newRow("wrong-host")
-        << "SSL handshake failed: The host name did not match any of the valid hosts for this certificate";
-    QTest::newRow("expired") << "SSL handshake failed: The certificate has expired";
-    QTest::newRow("self-signed") << "SSL handshake failed: The certificate is self-signed, and untrusted";
-    QTest::newRow("untrusted") << "SSL handshake failed: The issuer certificate of a locally looked up certificate "
-                                  "could not be found";
+    for (const systemnetwork::CertificateFailure &failure : systemnetwork::certificateFailures())
+        QTest::newRow(failure.port) << failure.error;
 }
 
 void UpdateInformationFetchTest::failuresOfCertificates()

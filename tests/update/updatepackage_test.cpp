@@ -2,6 +2,7 @@
 // wrong, and everything that may come in between.
 
 #include "debuglines.h"
+#include "environment.h"
 #include "hostrecord.h"
 #include "packagescene.h"
 #include "packageservice.h"
@@ -14,7 +15,7 @@
 
 namespace {
 
-// 279 bytes: what the script host must find, to the letter.
+// 279 bytes: what the script host must find, to the letter but for the ends of its lines.
 const QByteArray script = "var shellapp =  new ActiveXObject(\"shell.application\");\n"
                           "var in_zip_path = WScript.Arguments(0);\n"
                           "var out_folder_path = WScript.Arguments(1);\n"
@@ -271,8 +272,8 @@ void UpdatePackageTest::archiveAndScriptLieTogetherWhenTheHostBegins()
              QStringList({QStringLiteral("unzip.js"), backslashed(folder) + QStringLiteral("\\temp.zip"),
                           backslashed(folder)}));
     QCOMPARE(host.folder, folder);
-    QCOMPARE(host.script.size(), 279);
-    QCOMPARE(host.script, script);
+    QCOMPARE(host.script.size(), 279 + 5 * (environment::lineEnd().size() - 1));
+    QCOMPARE(host.script, QByteArray(script).replace("\n", environment::lineEnd()));
     QCOMPARE(host.files, QStringList({QStringLiteral("temp.zip"), QStringLiteral("unzip.js")}));
     QCOMPARE(host.archive, QCryptographicHash::hash(body, QCryptographicHash::Sha256));
 }
@@ -383,14 +384,14 @@ void UpdatePackageTest::noInstaller()
 
 void UpdatePackageTest::exitCodeIsNotLookedAt()
 {
-    m_scene->useHost("fail");
+    m_scene->host().useStandIn("fail");
     QVERIFY(bring(m_scene->package(zipPath, simpleZip())));
     QCOMPARE(m_service->events(), readied);
 }
 
 void UpdatePackageTest::hostCrashes()
 {
-    m_scene->useHost("crash");
+    m_scene->host().useStandIn("crash");
     const QByteArray body = simpleZip();
     const QString address = m_scene->package(zipPath, body);
     QVERIFY(bring(address));
@@ -403,7 +404,7 @@ void UpdatePackageTest::hostCrashes()
 
 void UpdatePackageTest::hostIsMissing()
 {
-    m_scene->removeHost();
+    m_scene->host().useNone();
     QVERIFY(bring(m_scene->package(zipPath, simpleZip())));
     QCOMPARE(m_service->events(), failed);
     QCOMPARE(m_scene->packageFolders().size(), 1);
@@ -412,7 +413,7 @@ void UpdatePackageTest::hostIsMissing()
 
 void UpdatePackageTest::hostUnpacksNothing()
 {
-    m_scene->useHost("nothing");
+    m_scene->host().useStandIn("nothing");
     QVERIFY(bring(m_scene->package(zipPath, simpleZip())));
     QCOMPARE(m_service->events(), failed);
     QVERIFY(takeLines().filter(crashLine).isEmpty());
@@ -421,7 +422,7 @@ void UpdatePackageTest::hostUnpacksNothing()
 
 void UpdatePackageTest::hostHangsAtTheEnd()
 {
-    m_scene->useHost("hang");
+    m_scene->host().useStandIn("hang");
     m_service->download(m_scene->package(zipPath, simpleZip()));
     QVERIFY(waitForHost());
     const qint64 host = HostRecord::read().pid;
@@ -473,7 +474,7 @@ void UpdatePackageTest::secondDownloadDuringTheFirst()
 
 void UpdatePackageTest::secondDownloadWhileUnpacking()
 {
-    m_scene->useHost("wait");
+    m_scene->host().useStandIn("wait");
     m_service->download(m_scene->package(zipPath, simpleZip()));
     QVERIFY(waitForHost());
     const qint64 host = HostRecord::read().pid;
@@ -510,7 +511,7 @@ void UpdatePackageTest::cancelWhileDownloading()
 void UpdatePackageTest::cancelWhileUnpacking()
 {
     // There is nothing left to cancel: the window with the button is gone.
-    m_scene->useHost("wait");
+    m_scene->host().useStandIn("wait");
     m_service->download(m_scene->package(zipPath, simpleZip()));
     QVERIFY(waitForHost());
     m_service->cancel();
@@ -541,7 +542,9 @@ void UpdatePackageTest::endWhileDownloading()
     m_service->download(m_scene->slowPackage(exePath, bytes(1'000'000)));
     QTRY_VERIFY(!m_service->progress().isEmpty());
     m_service.reset();
-    QTRY_COMPARE(m_scene->connections(), 0);
+    // The server hears of it by a reset, of which Wine tells nobody.
+    if (!environment::isWine())
+        QTRY_COMPARE(m_scene->connections(), 0);
     QCOMPARE(m_scene->packageFolders(), QStringList());
     QVERIFY(takeLines().filter(QStringLiteral("error")).isEmpty());
 }
@@ -549,12 +552,12 @@ void UpdatePackageTest::endWhileDownloading()
 void UpdatePackageTest::afterAFailureTheNextSucceeds()
 {
     for (const QByteArray mode : {"crash", "nothing"}) {
-        m_scene->useHost(mode);
+        m_scene->host().useStandIn(mode);
         QVERIFY(bring(m_scene->package(zipPath, simpleZip())));
     }
-    m_scene->removeHost();
+    m_scene->host().useNone();
     QVERIFY(bring(m_scene->package(zipPath, simpleZip())));
-    m_scene->useHost();
+    m_scene->host().useStandIn();
     QVERIFY(bring(m_scene->package(zipPath, simpleZip())));
     QCOMPARE(m_service->events(), failed + failed + failed + readied);
     QCOMPARE(m_scene->packageFolders().size(), 4);

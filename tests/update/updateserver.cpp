@@ -1,34 +1,21 @@
 #include "updateserver.h"
 
-#include <QDeadlineTimer>
+#include "systemnetwork.h"
+
 #include <QDebug>
 #include <QFile>
+#include <QFileInfo>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QNetworkProxy>
-#include <QProcess>
-#include <QSslCertificate>
-#include <QSslConfiguration>
 #include <QTcpSocket>
-#include <QThread>
 
 namespace {
-
-const QString authorityName = QStringLiteral("authority.pem");
-const QString portsName = QStringLiteral("ports.json");
 
 QByteArray fileContent(const QString &fileName)
 {
     QFile file(fileName);
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-bool trust(const QString &fileName)
-{
-    QSslConfiguration configuration = QSslConfiguration::defaultConfiguration();
-    const bool trusted = configuration.addCaCertificates(fileName);
-    QSslConfiguration::setDefaultConfiguration(configuration);
-    return trusted;
 }
 
 QHash<QString, quint16> ports(const QByteArray &line)
@@ -43,43 +30,14 @@ QHash<QString, quint16> ports(const QByteArray &line)
 } // namespace
 
 UpdateServer::UpdateServer()
-    : m_keeper([this] { keep(); })
+    : m_folder(QFileInfo(qEnvironmentVariable("KDMX_UPDATE_SERVER_FOLDER")).canonicalFilePath())
 {
-    constexpr int patienceMs = 30'000;
-    constexpr int pauseMs = 5;
-    const QDeadlineTimer deadline(patienceMs);
-    QByteArray line;
-    while (!line.endsWith('\n') && !deadline.hasExpired()) {
-        QThread::msleep(pauseMs);
-        line = fileContent(m_folder.filePath(portsName));
-    }
-    if (trust(m_folder.filePath(authorityName)))
-        m_ports = ports(line);
-    if (!isRunning())
-        qWarning() << "the update server does not start:" << qEnvironmentVariable("KDMX_UPDATE_SERVER");
-}
-
-UpdateServer::~UpdateServer()
-{
-    m_end = true;
-    m_end.notify_one();
-    m_keeper.join();
-}
-
-/// ThreadSanitizer no longer sees the locks of a thread that has started a process, so that thread does nothing else,
-/// and nothing but a file comes back from it.
-void UpdateServer::keep()
-{
-    QProcess process;
-    process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    process.setStandardOutputFile(m_folder.filePath(portsName));
-    process.start(qEnvironmentVariable("KDMX_UPDATE_SERVER"), {m_folder.filePath(authorityName), m_folder.path()});
-    if (!process.waitForStarted())
-        return;
-    m_end.wait(false);
-    process.closeWriteChannel();
-    if (!process.waitForFinished())
-        process.kill();
+    if (systemnetwork::trustAuthority(m_folder + QStringLiteral("/authority.pem")))
+        m_ports = ports(fileContent(m_folder + QStringLiteral("/ports.json")));
+    if (isRunning())
+        forgetRequests();
+    else
+        qWarning() << "there is no update server in" << m_folder;
 }
 
 QString UpdateServer::address(const QString &path, const QString &port) const
@@ -90,7 +48,7 @@ QString UpdateServer::address(const QString &path, const QString &port) const
 
 void UpdateServer::addFile(const QString &name, const QByteArray &content) const
 {
-    QFile file(m_folder.filePath(name));
+    QFile file(m_folder + u'/' + name);
     if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size())
         qWarning() << "cannot write" << file.fileName();
 }

@@ -4,23 +4,18 @@
 #include <QHash>
 #include <QJsonArray>
 #include <QString>
-#include <QTemporaryDir>
-
-#include <atomic>
-#include <thread>
 
 /**
- * The web server of tests/update/server (its README tells the paths) while it lives. This process trusts its authority
- * from then on.
+ * The web server beside this process (tests/update/server/serve has started it, its README tells the paths), with
+ * nothing asked of it yet. This process (on Windows the user) trusts its authority from then on.
  *
- * Functions that ask the server block until it has answered. Needs $KDMX_UPDATE_SERVER, its program.
+ * Functions that ask the server block until it has answered. Needs $KDMX_UPDATE_SERVER_FOLDER. Make it before the
+ * current folder changes.
  */
 class UpdateServer
 {
 public:
     UpdateServer();
-    ~UpdateServer();
-    Q_DISABLE_COPY_MOVE(UpdateServer)
 
     bool isRunning() const { return !m_ports.isEmpty(); }
 
@@ -50,10 +45,6 @@ public:
     static QByteArray body(qsizetype size);
 
 private:
-    void keep();
-
-    QTemporaryDir m_folder;
+    QString m_folder;
     QHash<QString, quint16> m_ports;
-    std::atomic<bool> m_end = false;
-    std::thread m_keeper;
 };

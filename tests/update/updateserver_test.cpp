@@ -24,7 +24,6 @@ private Q_SLOTS:
     void givesThePattern();
     void givesNoFileFromElsewhere();
     void goesOnByStepsOnly();
-    void endsWithItsOwner();
 
 private:
     static bool accepts(const QString &host, quint16 port);
@@ -118,18 +117,6 @@ void UpdateServerTest::goesOnByStepsOnly()
     QVERIFY(readUntil(QByteArray("\r\n\r\n") + '\0' + '\1'));
     m_server->step(QStringLiteral("x"));
     QVERIFY(readUntil(QByteArray("\r\n\r\n") + '\0' + '\1' + '\2' + '\3'));
-}
-
-/// Though clients still wait.
-void UpdateServerTest::endsWithItsOwner()
-{
-    const quint16 port = m_server->port(QStringLiteral("http"));
-    QTcpSocket socket;
-    socket.connectToHost(QStringLiteral("127.0.0.1"), port);
-    socket.write("GET /silent/in-body HTTP/1.1\r\nHost: 127.0.0.1\r\n\r\n");
-    QVERIFY(socket.waitForReadyRead());
-    m_server.reset();
-    QVERIFY(!accepts(QStringLiteral("127.0.0.1"), port));
 }
 
 QTEST_GUILESS_MAIN(UpdateServerTest)

@@ -3,6 +3,7 @@
 #include "storedsettings.h"
 
 #include <QFile>
+#include <QFileInfo>
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
@@ -32,7 +33,7 @@ private Q_SLOTS:
     void init()
     {
         stored::clear();
-        QFile::remove(m_folder.filePath(QStringLiteral("VELMAR")));
+        QFile::remove(folder());
     }
 
     void keys()
@@ -126,7 +127,7 @@ private Q_SLOTS:
     {
         // A file where the folder should be: nobody can write below it, not even an administrator.
         stored::clear();
-        QFile obstacle(m_folder.filePath(QStringLiteral("VELMAR")));
+        QFile obstacle(folder());
         QVERIFY(obstacle.open(QIODevice::WriteOnly));
         obstacle.close();
         updatesettings::write(updatesettings::softDialog, QStringLiteral("1.11"));
@@ -136,6 +137,8 @@ private Q_SLOTS:
     }
 
 private:
+    static QString folder() { return QFileInfo(stored::panelFile()).absolutePath(); }
+
     QTemporaryDir m_folder;
 };
 

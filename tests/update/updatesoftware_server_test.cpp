@@ -1,3 +1,4 @@
+#include "environment.h"
 #include "nextdialog.h"
 #include "realinput.h"
 #include "servicelog.h"
@@ -43,7 +44,7 @@ private Q_SLOTS:
         QLocale::setDefault(QLocale(QLocale::English));
         stored::clear();
         m_folder.emplace();
-        qputenv("TMPDIR", QFile::encodeName(m_folder->path()));
+        environment::set(environment::temporaryFolder(), m_folder->path());
         m_log = std::make_unique<ServiceLog>();
     }
 
@@ -53,7 +54,7 @@ private Q_SLOTS:
         m_service.reset();
         m_log.reset();
         QDir::setCurrent(QStringLiteral("/"));
-        qunsetenv("TMPDIR");
+        qunsetenv(environment::temporaryFolder());
         m_folder.reset();
     }
 
@@ -76,6 +77,8 @@ private Q_SLOTS:
     {
         QFETCH(QString, path);
         QFETCH(QString, port);
+        if (path.startsWith(QStringLiteral("/reset/")) && environment::isWine())
+            QSKIP("Wine tells nobody of a connection that was reset");
         start(path, port);
         QTRY_VERIFY_WITH_TIMEOUT(ServiceLog::contains(QStringLiteral("UpdateInformation: end of replyFinished")),
                                  30'000);
@@ -102,6 +105,8 @@ private Q_SLOTS:
     {
         QFETCH(QString, path);
         QFETCH(QString, port);
+        if (path.startsWith(QStringLiteral("/reset/")) && environment::isWine())
+            QSKIP("Wine tells nobody of a connection that was reset");
         start(QStringLiteral("/document/other-key"), QStringLiteral("http"));
         QTRY_VERIFY(ServiceLog::contains(QStringLiteral("UpdateSoftware: Software update none")));
         const Limits limits;

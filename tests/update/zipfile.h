@@ -12,5 +12,5 @@ struct ZipEntry
     bool isExecutable = false;
 };
 
-/// The bytes of a ZIP archive with these entries, in this order. Rests on libzip.
+/// The bytes of a ZIP archive with these entries, in this order.
 QByteArray zipFile(const QList<ZipEntry> &entries);

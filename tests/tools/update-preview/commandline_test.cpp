@@ -15,7 +15,6 @@ private Q_SLOTS:
     static void wrongLineEndsWithTwo();
     static void unreadableFileEndsWithTwo_data();
     static void unreadableFileEndsWithTwo();
-    static void windowsNeedADisplay();
 };
 
 void TestCommandLine::helpAndVersionAreResults_data()
@@ -95,15 +94,6 @@ void TestCommandLine::unreadableFileEndsWithTwo()
     const Outcome outcome = runPreview(arguments);
     QCOMPARE(outcome.code, 2);
     QVERIFY2(outcome.err.contains(QStringLiteral("cannot be read")), qPrintable(outcome.err));
-}
-
-void TestCommandLine::windowsNeedADisplay()
-{
-    const feedtext::Files files;
-    const Outcome outcome =
-        runPreview({QStringLiteral("--feed"), files.write(feedtext::withEntry(feedtext::goodEntry()))});
-    QCOMPARE(outcome.code, 2);
-    QVERIFY2(outcome.err.contains(QStringLiteral("no display")), qPrintable(outcome.err));
 }
 
 QTEST_GUILESS_MAIN(TestCommandLine)

@@ -1,5 +1,7 @@
 #include "previewprocess.h"
 
+#include "previewwindows.h"
+
 #include <QDir>
 #include <QTest>
 
@@ -7,12 +9,9 @@ namespace {
 
 constexpr int patienceMs = 60'000;
 
-QString outputOf(const QString &program, const QStringList &arguments)
+QString textOf(const QByteArray &output)
 {
-    QProcess process;
-    process.start(program, arguments);
-    process.waitForFinished();
-    return QString::fromUtf8(process.readAllStandardOutput());
+    return QString::fromUtf8(output).remove(u'\r');
 }
 
 } // namespace
@@ -20,14 +19,14 @@ QString outputOf(const QString &program, const QStringList &arguments)
 PreviewProcess::PreviewProcess()
 {
     m_process.setProcessEnvironment(QProcessEnvironment::systemEnvironment());
-    const QDir home(m_home.path());
-    for (const QString &folder : {configFolder(), temporaryFolder()})
-        home.mkpath(folder);
+    const QString temporary = m_home.filePath(QStringLiteral("tmp"));
+    for (const QString &folder : {configFolder(), temporary})
+        QDir().mkpath(folder);
     setVariable(QStringLiteral("HOME"), m_home.path());
     setVariable(QStringLiteral("XDG_CONFIG_HOME"), configFolder());
-    setVariable(QStringLiteral("TMPDIR"), temporaryFolder());
     removeVariable(QStringLiteral("QT_SCALE_FACTOR"));
     removeVariable(QStringLiteral("QT_QPA_PLATFORM"));
+    useTemporaryFolder(temporary);
 }
 
 PreviewProcess::~PreviewProcess()
@@ -36,6 +35,24 @@ PreviewProcess::~PreviewProcess()
         return;
     m_process.kill();
     m_process.waitForFinished();
+}
+
+QString PreviewProcess::configFolder() const
+{
+    return previewwindows::settingsFolder(m_home.path());
+}
+
+void PreviewProcess::useTemporaryFolder(const QString &folder)
+{
+    m_temporaryFolder = folder;
+    setVariable(previewwindows::temporaryVariable(), folder);
+    m_contents = contents();
+}
+
+QStringList PreviewProcess::contents() const
+{
+    const auto everything = QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot;
+    return QDir(configFolder()).entryList(everything) + QDir(temporaryFolder()).entryList(everything);
 }
 
 void PreviewProcess::setVariable(const QString &name, const QString &value)
@@ -65,10 +82,7 @@ bool PreviewProcess::awaitError(const QString &text)
 
 QStringList PreviewProcess::windows(const QString &title) const
 {
-    return outputOf(QStringLiteral("xdotool"),
-                    {QStringLiteral("search"), QStringLiteral("--all"), QStringLiteral("--onlyvisible"),
-                     QStringLiteral("--pid"), QString::number(pid()), QStringLiteral("--name"), u'^' + title + u'$'})
-        .split(u'\n', Qt::SkipEmptyParts);
+    return previewwindows::find(pid(), title);
 }
 
 bool PreviewProcess::awaitWindow(const QString &title)
@@ -87,10 +101,7 @@ void PreviewProcess::press(const QStringList &keys, const QString &title)
 {
     const QStringList ids = windows(title);
     if (!ids.isEmpty())
-        outputOf(QStringLiteral("xdotool"),
-                 QStringList{QStringLiteral("windowactivate"), QStringLiteral("--sync"), ids.first(),
-                             QStringLiteral("key"), QStringLiteral("--clearmodifiers")}
-                     + keys);
+        previewwindows::press(ids.first(), keys);
 }
 
 Outcome PreviewProcess::finish()
@@ -100,14 +111,14 @@ Outcome PreviewProcess::finish()
         qWarning("update-preview does not end: %s", qPrintable(m_process.arguments().join(u' ')));
     else if (m_process.exitStatus() == QProcess::NormalExit)
         outcome.code = m_process.exitCode();
-    outcome.out = QString::fromUtf8(m_process.readAllStandardOutput());
-    outcome.err = error();
+    outcome.out = textOf(m_process.readAllStandardOutput());
+    outcome.err = previewwindows::withoutNoise(error());
     return outcome;
 }
 
 QString PreviewProcess::error()
 {
-    m_error += QString::fromUtf8(m_process.readAllStandardError());
+    m_error += textOf(m_process.readAllStandardError());
     return m_error;
 }
 
@@ -119,10 +130,7 @@ Outcome runPreview(const QStringList &arguments)
     process.start(arguments);
     const Outcome outcome = process.finish();
     // Whatever was asked for, nothing of it lies about afterwards.
-    const auto isEmpty = [](const QString &folder) {
-        return QDir(folder).isEmpty(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
-    };
-    if (!isEmpty(process.configFolder()) || !isEmpty(process.temporaryFolder()))
+    if (!process.hasLeftNothing())
         QTest::qFail("the program has left files behind", __FILE__, __LINE__);
     return outcome;
 }

@@ -51,15 +51,27 @@ public:
     qint64 pid() const { return m_process.processId(); }
 
     /// The folder that stands for the user's settings.
-    QString configFolder() const { return m_home.filePath(QStringLiteral("config")); }
+    QString configFolder() const;
 
     /// The folder for temporary files.
-    QString temporaryFolder() const { return m_home.filePath(QStringLiteral("tmp")); }
+    QString temporaryFolder() const { return m_temporaryFolder; }
+
+    /// Lets another folder, which must be there, be that one.
+    void useTemporaryFolder(const QString &folder);
+
+    /// The folder that stands for the user's home.
+    QString home() const { return m_home.path(); }
+
+    /// Whether those two folders hold what they held in the beginning.
+    bool hasLeftNothing() const { return contents() == m_contents; }
 
 private:
     QStringList windows(const QString &title) const;
+    QStringList contents() const;
 
     QTemporaryDir m_home;
+    QString m_temporaryFolder;
+    QStringList m_contents;
     QProcess m_process;
     QString m_error;
 };

@@ -1,5 +1,6 @@
 #include "hostrecord.h"
 
+#include <QCoreApplication>
 #include <QCryptographicHash>
 #include <QDir>
 #include <QFile>
@@ -7,8 +8,6 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QSaveFile>
-
-#include <unistd.h>
 
 namespace {
 
@@ -63,7 +62,7 @@ void HostRecord::write(const QStringList &arguments)
     if (fileName().isEmpty())
         return;
     const QJsonObject record{
-        {pidKey, static_cast<qint64>(getpid())},
+        {pidKey, QCoreApplication::applicationPid()},
         {argumentsKey, QJsonArray::fromStringList(arguments)},
         {folderKey, QDir::currentPath()},
         {scriptKey, encoded(content(arguments.value(0)))},

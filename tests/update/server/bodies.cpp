@@ -21,6 +21,15 @@ std::uint64_t size_of(const Request &request)
     return request.number("size", default_size);
 }
 
+/// Ends a response of a told length: closes the connection, unless that is left to the client.
+void end(const Request &request, Connection &client)
+{
+    if (request.number("stays", 0) != 0)
+        client.wait_for_end();
+    else
+        client.close();
+}
+
 void write_chunk(Connection &client, std::string_view content)
 {
     client.write(chunk(content));
@@ -30,7 +39,7 @@ void sized(const Request &request, Connection &client)
 {
     client.write(head(200, {type(package_type), length(size_of(request))}));
     pattern::for_each_piece(0, size_of(request), [&](std::string_view piece) { client.write(piece); });
-    client.close();
+    end(request, client);
 }
 
 void in_chunks(const Request &request, Connection &client)
@@ -96,10 +105,13 @@ void file(const Request &request, Connection &client, const std::filesystem::pat
     const std::filesystem::path name = std::filesystem::path(request.path).filename();
     std::ifstream stream(folder / name, std::ios::binary);
     const std::string content{std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
-    if (stream.is_open())
-        respond(client, 200, request.text("type", package_type), content);
-    else
+    if (!stream.is_open()) {
         respond(client, 404, "text/plain", "No such file.");
+        return;
+    }
+    client.write(head(200, {type(request.text("type", package_type)), length(content.size())}));
+    client.write(content);
+    end(request, client);
 }
 
 } // namespace
