@@ -1,4 +1,5 @@
-// Disks that are full or cannot be written: an error, no part of a package left, and nothing anywhere else.
+// Disks that are full or cannot be written: an error, no part of a package left, and nothing anywhere else. Folders
+// that others cannot enter.
 
 #include "debuglines.h"
 #include "hostrecord.h"
@@ -10,6 +11,7 @@
 
 #include <QCoreApplication>
 #include <QDir>
+#include <QFileInfo>
 #include <QRegularExpression>
 #include <QTest>
 
@@ -41,6 +43,7 @@ private Q_SLOTS:
     void noTemporaryFolder_data();
     void noTemporaryFolder();
     void roomAgain();
+    void othersCannotEnterTheFolder();
 
 private:
     /// Downloads, and waits for the error.
@@ -177,6 +180,18 @@ void UpdatePackageDiskTest::roomAgain()
     }
     m_service->download(address);
     QTRY_COMPARE(m_service->events(), failed + readied);
+}
+
+/// Nobody may put another program in the installer's place.
+void UpdatePackageDiskTest::othersCannotEnterTheFolder()
+{
+    m_service->download(m_scene->package(exePath, "an installer"));
+    QTRY_COMPARE(m_service->events(), readied);
+    const QFileInfo folder(m_scene->packageFolders().value(0));
+    constexpr QFile::Permissions others =
+        QFile::ReadGroup | QFile::WriteGroup | QFile::ExeGroup | QFile::ReadOther | QFile::WriteOther | QFile::ExeOther;
+    QVERIFY(folder.isDir());
+    QCOMPARE(folder.permissions() & others, QFile::Permissions());
 }
 
 int main(int argc, char *argv[])

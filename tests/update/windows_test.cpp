@@ -23,6 +23,7 @@
 #include <QScreen>
 #include <QScrollBar>
 #include <QStyleOptionButton>
+#include <QTcpServer>
 #include <QTest>
 #include <QTextBlock>
 
@@ -419,6 +420,22 @@ private Q_SLOTS:
         QTRY_COMPARE(browser.opened, (QStringList{address, address}));
         QCOMPARE(field.toPlainText().trimmed(), QStringLiteral("Neu: KD-MX4"));
         QVERIFY(box.isVisible());
+    }
+
+    /// A picture would tell its server who reads the news, and when.
+    void newsLoadNothing()
+    {
+        QTcpServer server;
+        QVERIFY(server.listen(QHostAddress::LocalHost));
+        const Scene scene(QStringLiteral("en_GB"));
+        const QString address = QStringLiteral("http://127.0.0.1:%1/").arg(server.serverPort());
+        scene.service->saveInformation(
+            announcing(QStringLiteral("New: <img src='%1a.png'><link rel='stylesheet' href='%1a.css'>").arg(address)));
+        InformationBox &box = scene.probe->newsBox();
+        QVERIFY(QTest::qWaitForWindowActive(&box));
+        box.grab();
+        server.waitForNewConnection(0);
+        QVERIFY(!server.hasPendingConnections());
     }
 
     void linkInErrorOpens_data() { addLanguages(); }
