@@ -8,7 +8,12 @@ target_compile_options(kdmx_compile_options INTERFACE
     # This one GCC sees overlaps in the standard library's texts that cannot be (its bug 105651).
     $<$<AND:$<CXX_COMPILER_ID:GNU>,$<VERSION_GREATER_EQUAL:$<CXX_COMPILER_VERSION>,12>,$<VERSION_LESS:$<CXX_COMPILER_VERSION>,13>>:-Wno-restrict>
     # Build paths must not end up in the binaries.
-    -ffile-prefix-map=${CMAKE_SOURCE_DIR}=.)
+    -ffile-prefix-map=${CMAKE_SOURCE_DIR}=.
+    -ffile-prefix-map=${CMAKE_BINARY_DIR}=.
+    $<$<BOOL:${WIN32}>:-ffile-prefix-map=${KDMX_WINDOWS_QT}=qt>)
+
+# Nor may the time at which they were linked.
+target_link_options(kdmx_compile_options INTERFACE $<$<BOOL:${WIN32}>:-Wl,--no-insert-timestamp>)
 
 # Strict Qt: no silent conversions between text types, no macros named like ordinary words.
 target_compile_definitions(kdmx_compile_options INTERFACE
