@@ -14,6 +14,7 @@ class DeviceThread : public QThread
     Q_OBJECT
 
 public:
+    /// Starts nothing yet. @param parent  owner, or null
     explicit DeviceThread(QObject *parent = nullptr);
 
     /**
@@ -29,6 +30,7 @@ public:
     bool waitForEnd(QDeadlineTimer deadline);
 
 protected:
+    /// Waits for the application object, or for release(), then runs the event loop.
     void run() override;
 
 private:

@@ -101,10 +101,16 @@ public:
     void reset_identity();
 
 Q_SIGNALS:
-    // To the worker.
+    /// To the worker: forget the unit.
     void sig_deselect();
+
+    /// To the worker: is a unit known?
     void sig_is_selected();
+
+    /// To the worker: write this message, then read.
     void sig_us_send(const QByteArray &usmsg_data);
+
+    /// To the worker: read.
     void sig_us_recv();
 
     /// Debug text of the unit's firmware.
@@ -113,23 +119,44 @@ Q_SIGNALS:
     /// Sample rate in Hz.
     void sig_recv_hz(uint32_t hz);
 
+    /// Whether auto power save is on.
     void sig_recv_autopowersave(bool mode);
+
+    /// Stereo mode of a channel; may be a number without a name.
     void sig_recv_stereo(usmsg_data_ch_t ch_type, uint8_t ch_no, usmsg_data_ch_type_t mode);
+
+    /// Whether a channel is muted.
     void sig_recv_mute(usmsg_data_ch_t ch_type, uint8_t ch_no, bool on);
+
+    /// Fader level of a channel, 0 to 255.
     void sig_recv_fader(usmsg_data_ch_t ch_type, uint8_t ch_no, uint8_t value);
 
-    // The identity; 0 or empty when it was reset.
+    /// Firmware version; 0 when the identity was reset.
     void sig_recv_version(uint16_t version);
+
+    /// Firmware build number; 0 when the identity was reset.
     void sig_recv_build(uint16_t build);
+
+    /// Product name; empty when the identity was reset.
     void sig_recv_productname(const QString &productname);
+
+    /// Build date of the firmware; empty when the identity was reset.
     void sig_recv_builddate(const QString &builddate);
+
+    /// Build time of the firmware; empty when the identity was reset.
     void sig_recv_buildtime(const QString &buildtime);
 
 public Q_SLOTS:
-    // From the worker.
+    /// From the worker: the unit was forgotten.
     void recv_deselect(bool ret);
+
+    /// From the worker: whether a unit is known.
     void recv_is_selected(bool ret);
+
+    /// From the worker: a write has ended. False resets the identity.
     void recv_us_send_result(bool result);
+
+    /// From the worker: a read has ended. False resets the identity, and the data mean nothing.
     void recv_us_recv_result(bool result, const QByteArray &usmsg_data);
 
 private:

@@ -5,6 +5,7 @@
 #include <cstdint>
 
 /**
+ * @file
  * The requests to the unit that wait for a message, and how they are packed into one.
  *
  * Plain data: the owner decides when a message is made and what becomes of it. Zeroed, nothing is pending.
@@ -13,29 +14,29 @@
 /// Questions to the unit. Each is 0, or 1 while it is pending.
 struct Queries
 {
-    uint8_t version = 0;
-    uint8_t hz = 0;
-    uint8_t autopowersave = 0;
-    uint8_t stereo = 0;
+    uint8_t version = 0; ///< the whole identity
+    uint8_t hz = 0; ///< the sample rate
+    uint8_t autopowersave = 0; ///< auto power save
+    uint8_t stereo = 0; ///< the stereo mode of the direct monitor
     uint8_t mute = 0; ///< no flag but a counter: the audio input to be asked next, 1 or 2; 0 is none
-    uint8_t fader = 0;
+    uint8_t fader = 0; ///< the level of the direct monitor
 };
 
 /// A setting of the unit that waits to be sent.
 template <typename Value>
 struct Setting
 {
-    uint8_t pending = 0;
-    Value value = 0;
+    uint8_t pending = 0; ///< 0, or 1 while it waits
+    Value value = 0; ///< to be sent
 };
 
 /// A setting of one channel that waits to be sent, or its value that was sent last.
 struct ChannelSetting
 {
     uint32_t ch = 0; ///< usmsg_data_ch_t
-    uint8_t ch_no = 0;
-    uint8_t value = 0;
-    uint8_t pending = 0;
+    uint8_t ch_no = 0; ///< from 1
+    uint8_t value = 0; ///< to be sent, or sent last
+    uint8_t pending = 0; ///< 0, or 1 while it waits
 
     /**
      * Takes a new value.
@@ -48,11 +49,11 @@ struct ChannelSetting
 /// Settings of the unit.
 struct Settings
 {
-    Setting<uint8_t> autopowersave;
+    Setting<uint8_t> autopowersave; ///< 0 is off
     Setting<uint32_t> monitorMode; ///< usmsg_data_ch_type_t; the low byte is sent
     Setting<uint32_t> u32; ///< USMSG_ID_SET_U32
     ChannelSetting inputSwitches[2]; ///< of audio inputs 1 and 2
-    ChannelSetting inputVolume;
+    ChannelSetting inputVolume; ///< level of the direct monitor
 };
 
 /**

@@ -20,17 +20,30 @@ public:
     /// Sets the input volume of the direct monitor.
     void inputVolume(uint8_t volume);
 
+    /// Switches auto power save.
     void autoPowerSave(bool on);
 
     /// Switches an audio input. @param input  1 or 2
     void audioInput(uint8_t input, bool on);
 
     // Questions; the device's signals bring the answers.
+
+    /// Asks for the whole identity.
     void requestVersion();
+
+    /// Asks for the sample rate.
     void requestSampleRate();
+
+    /// Asks whether auto power save is on.
     void requestAutoPowerSave();
+
+    /// Asks for the stereo mode of the direct monitor.
     void requestStereo();
+
+    /// Asks which audio inputs are off.
     void requestMutes();
+
+    /// Asks for the input volume of the direct monitor.
     void requestFader();
 
 private:

@@ -26,9 +26,9 @@ struct InstanceChannel
  * the effective user can enter (mode 0700, his own, no symbolic link). The first that will do is taken:
  *
  * - $XDG_RUNTIME_DIR;
- * - /run/user/<uid>;
- * - <QDir::tempPath()>/kdmx-<uid>, made when it is missing;
- * - /tmp/kdmx-<uid>, made when it is missing.
+ * - /run/user/UID, UID being the number of the user;
+ * - kdmx-UID in QDir::tempPath(), made when it is missing;
+ * - /tmp/kdmx-UID, made when it is missing.
  *
  * A folder whose name would make the path of the socket longer than 99 bytes will not do: the system's limit is
  * about 108. Processes with different environments may choose different folders; they do not find each other then.

@@ -16,6 +16,7 @@
 class InstanceLock
 {
 public:
+    /// What comes of an attempt.
     enum class Result {
         Locked, ///< this object holds the lock now
         HeldByOther, ///< another process holds it

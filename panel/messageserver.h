@@ -22,6 +22,7 @@ class MessageServer : public QObject
     Q_OBJECT
 
 public:
+    /// What senders may take up.
     struct Limits
     {
         /// How long one connection may last.

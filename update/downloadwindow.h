@@ -14,10 +14,11 @@ class QWidget;
  */
 namespace downloadwindow {
 
+/// A window and what its owner needs of it.
 struct Parts
 {
-    QWidget *window;
-    QPushButton *button;
+    QWidget *window; ///< not shown yet
+    QPushButton *button; ///< its only one
     QProgressBar *bar; ///< null in the completion window
 };
 

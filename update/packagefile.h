@@ -12,6 +12,7 @@ class QIODevice;
  */
 namespace packagefile {
 
+/// What became of the file.
 enum class Outcome {
     Saved, ///< all of it is on the disk
     NotOpened, ///< the file cannot be made

@@ -21,12 +21,13 @@ const QString messages = QStringLiteral("messages");
 /// The keys of a product.
 struct Product
 {
-    QString major;
-    QString minor;
-    QString japaneseUrl;
-    QString otherUrl;
+    QString major; ///< number before the point
+    QString minor; ///< number behind it
+    QString japaneseUrl; ///< package for Japanese users
+    QString otherUrl; ///< package for all others
 };
 
+/// Those of a product.
 inline Product of(updatefeed::Product product)
 {
     if (product == updatefeed::Product::Software)

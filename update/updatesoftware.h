@@ -87,13 +87,19 @@ public Q_SLOTS:
     /// Closes the completion window.
     void closeExecWindow();
 
-    /// The user's answers: accept the software, accept the firmware, news read.
+    /// The user accepts the software.
     void decideClickedSoftware();
+
+    /// The user accepts the firmware.
     void decideClickedFirmware();
+
+    /// The user has read the news.
     void decideClickedInformation();
 
-    /// The user's answers: software later, firmware later.
+    /// The user wants the software later.
     void cancelSoftware();
+
+    /// The user wants the firmware later.
     void cancelFirmware();
 
     /// The user ends the download.

@@ -6,6 +6,7 @@
 #include <array>
 
 /**
+ * @file
  * Every text that the update service shows, in seven languages. The panel's translation file is not used for them, so
  * that a release can be announced in a language in which the panel itself does not speak.
  *
@@ -34,6 +35,7 @@ enum UpdateText {
 /// One language.
 using UpdateTextRow = std::array<QString, UpdateTextCount>;
 
+/// Languages in the table.
 constexpr int updateTextRowCount = 7;
 
 /// The table: English, French, Spanish, German, Italian, Japanese, Chinese. Built during static initialisation.

@@ -16,8 +16,8 @@ namespace updateversions {
 /// A published version as it is compared and shown: decimal texts, the minor one of at least two digits.
 struct Published
 {
-    QString major;
-    QString minor;
+    QString major; ///< before the point
+    QString minor; ///< behind it
 };
 
 /// The published version of two numbers: (1, 5) gives "1" and "05".

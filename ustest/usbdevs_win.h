@@ -3,6 +3,7 @@
 #include <cstdint>
 
 /**
+ * @file
  * Device discovery and transport: finds the recorder unit among the audio device interfaces and moves one message per
  * call through the one I/O control of its driver.
  *
@@ -22,8 +23,10 @@ inline constexpr uint8_t USDEV_SLOTS = 10;
 /// The driver's one I/O control code: unknown device type, first function of vendors, buffered, any access.
 inline constexpr uint32_t USDEV_IOCTL_TRANSFER = 0x00222000;
 
-/// Request numbers of the transfer header.
+/// Request number of a write, in the transfer header.
 inline constexpr uint8_t USDEV_REQ_WRITE = 29;
+
+/// Request number of a read.
 inline constexpr uint8_t USDEV_REQ_READ = 30;
 
 /// One device slot. Zeroed, it names no device.
@@ -36,7 +39,7 @@ struct usdev_t
 /// The device list. Zero it before its first use.
 struct usdev_list_t
 {
-    usdev_t slots[USDEV_SLOTS];
+    usdev_t slots[USDEV_SLOTS]; ///< only the first is ever filled
     uint8_t scan_index; ///< next slot number to probe, 0 to USDEV_SLOTS
 };
 
@@ -47,8 +50,8 @@ struct usdev_request_t
     uint32_t direction; ///< 0 host to unit, 1 unit to host
     uint32_t length; ///< bytes that follow the header in a write; 0 in a read
     uint16_t function; ///< function code of the driver, always 23
-    uint16_t value;
-    uint16_t index;
+    uint16_t value; ///< always 0
+    uint16_t index; ///< always 0
     uint8_t reserved; ///< 0
     uint8_t request; ///< USDEV_REQ_WRITE or USDEV_REQ_READ
 };

@@ -6,6 +6,7 @@
 #include <cstdint>
 
 /**
+ * @file
  * Device control: the exchanges with the recorder unit.
  *
  * Every function takes the address of the variable that holds the unit's device, sends messages, reads 64-byte blocks

@@ -3,6 +3,7 @@
 #include <cstdint>
 
 /**
+ * @file
  * Element messages: what the host and the recorder unit say to each other.
  *
  * A message is at most 64 bytes: elements packed back to back, then an end element. An element is an identifier

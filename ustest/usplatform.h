@@ -3,6 +3,7 @@
 #include <cstdint>
 
 /**
+ * @file
  * The platform seam: the few things that the device link needs of a system, so that its logic never includes a system
  * header and runs against a substitute in tests.
  *
@@ -33,10 +34,10 @@ enum usplatform_error_t : uint32_t {
 /// A device interface class, in the layout of the system's GUID.
 struct usplatform_class_t
 {
-    uint32_t data1;
-    uint16_t data2;
-    uint16_t data3;
-    uint8_t data4[8];
+    uint32_t data1; ///< the first eight digits
+    uint16_t data2; ///< the next four
+    uint16_t data3; ///< the next four
+    uint8_t data4[8]; ///< the last sixteen, as bytes in the order of writing
 };
 
 /// The detail record of a device interface: its size field, then its path.
@@ -48,6 +49,7 @@ struct usplatform_detail_t
 
 static_assert(sizeof(usplatform_detail_t) == 8, "the fixed part of the system's record has 8 bytes");
 
+/// The functions of a platform. All but cancel() must be there.
 struct usplatform_t
 {
     /// Called before each scan, for platforms that have something to prepare. 0, always.

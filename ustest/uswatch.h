@@ -5,6 +5,7 @@
 #include <cstdint>
 
 /**
+ * @file
  * Watches the transfers at the platform seam: what was moved, how it ended, and whether the next one may begin.
  *
  * The link's own results do not tell a caller everything: a message that could not be sent for good counts as sent. A
@@ -14,12 +15,13 @@
 /// What happened to one transfer.
 struct uswatch_transfer_t
 {
+    /// What was done, or was to be.
     enum kind_t {
         OPEN, ///< the path could not be opened, so the transfer did not take place
         WRITE, ///< a message went to the unit, or was to go
         READ, ///< a block came from the unit, or was to come
     };
-    kind_t kind;
+    kind_t kind; ///< of the transfer
     const uint8_t *data; ///< the message, or the block as far as it came; null after a failed open
     uint32_t length; ///< of data, in bytes
     uint32_t error; ///< 0 on success, else usplatform_error_t or another code of the platform
@@ -28,7 +30,7 @@ struct uswatch_transfer_t
 /// Who watches. Each function gets `context` and is called on the thread that entered the link; each may be null.
 struct uswatch_t
 {
-    void *context;
+    void *context; ///< passed back to the functions; the watch's own affair
 
     /// Called after each transfer. `transfer` and its data live until the function returns.
     void (*moved)(void *context, const uswatch_transfer_t *transfer);

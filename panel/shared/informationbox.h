@@ -28,6 +28,7 @@ public:
     Ui::InformationBox ui;
 
 protected:
+    /// Draws the picture over the whole of it.
     void paintEvent(QPaintEvent *event) override;
 
 private:

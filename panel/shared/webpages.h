@@ -10,7 +10,10 @@
  */
 namespace webpages {
 
+/// Which recorder a page is about.
 enum class Model { KdMx2, KdMx4 };
+
+/// Which of its pages.
 enum class Page { Product, Support };
 
 /**
