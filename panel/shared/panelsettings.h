@@ -6,7 +6,8 @@
  * Opens the panel's own settings: the user's INI file "VELMAR/KD-MXSeries.ini" in the place that Qt uses for it (the
  * roaming application-data folder on Windows, $XDG_CONFIG_HOME or ~/.config on Linux).
  *
- * Write with settingsfile::saveValue(). Groups in use: "PopupMessage" (which reminders are shown).
+ * Write with settingsfile::saveValue(). Groups in use: "PopupMessage" (which reminders are shown) and "Update" (what
+ * the update service is not to offer again).
  *
  * @return the open settings; a file that is missing or cannot be read is empty, one that cannot be written ignores
  *         writes (QSettings::status() tells after a sync())
