@@ -100,7 +100,8 @@ void UpdateInformationFetchTest::bringsWhateverTheServerSends_data()
     QTest::newRow("not JSON") << "/document/not-json" << 20 << "This is no document.";
     QTest::newRow("HTML") << "/document/html" << 56 << "<!DOCTYPE html>\n<html><body>Log in first.</body></html>\n";
     QTest::newRow("deeply nested") << "/document/nested?depth=3" << 6 << "[[[]]]";
-    QTest::newRow("very deeply nested") << "/document/nested?depth=100000" << 200'000
+    // Windows' TLS in Qt 6.4 may lose the end of a large body that the server closes behind.
+    QTest::newRow("very deeply nested") << "/document/nested?depth=100000&stays=1" << 200'000
                                         << QString(100'000, u'[') + QString(100'000, u']');
     QTest::newRow("invalid UTF-8") << "/document/invalid-utf8" << 27
                                    << QStringLiteral("{\"Corvo9_version1\": \"%1( %1\"}").arg(replacement);
@@ -163,7 +164,7 @@ void UpdateInformationFetchTest::aFeedOf64MiBComesWhole()
     // The document is logged, and nobody wants that on the screen.
     const QtMessageHandler former = qInstallMessageHandler(say_nothing);
     const auto restore = qScopeGuard([=] { qInstallMessageHandler(former); });
-    const QString path = QStringLiteral("/document/large?size=%1").arg(size);
+    const QString path = QStringLiteral("/document/large?size=%1&stays=1").arg(size);
     InformationThread information;
     information.fetch(m_server.address(path));
     QVERIFY(information.waitFor(end));

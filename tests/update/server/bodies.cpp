@@ -21,15 +21,6 @@ std::uint64_t size_of(const Request &request)
     return request.number("size", default_size);
 }
 
-/// Ends a response of a told length: closes the connection, unless that is left to the client.
-void end(const Request &request, Connection &client)
-{
-    if (request.number("stays", 0) != 0)
-        client.wait_for_end();
-    else
-        client.close();
-}
-
 void write_chunk(Connection &client, std::string_view content)
 {
     client.write(chunk(content));

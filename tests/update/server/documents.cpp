@@ -66,18 +66,25 @@ void send_gzipped(const Request &, Connection &client)
     client.close();
 }
 
+void send_sized(const Request &request, Connection &client, const std::string &text)
+{
+    client.write(head(200, {type(json_type), length(text.size())}));
+    client.write(text);
+    end(request, client);
+}
+
 /// A good document with blanks at its end up to the told size.
 void send_large(const Request &request, Connection &client)
 {
     std::string text = document(good_entry());
     text.resize(std::max<std::size_t>(text.size(), request.number("size", 0)), ' ');
-    respond(client, 200, json_type, text);
+    send_sized(request, client, text);
 }
 
 void send_nested(const Request &request, Connection &client)
 {
     const std::size_t depth = request.number("depth", 100'000);
-    respond(client, 200, json_type, std::string(depth, '[') + std::string(depth, ']'));
+    send_sized(request, client, std::string(depth, '[') + std::string(depth, ']'));
 }
 
 Behaviour fixed(const std::string &text, const std::string &content_type = json_type)

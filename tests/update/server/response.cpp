@@ -38,3 +38,11 @@ void respond(Connection &client, int status, std::string_view content_type, std:
     client.write(body);
     client.close();
 }
+
+void end(const Request &request, Connection &client)
+{
+    if (request.number("stays", 0) != 0)
+        client.wait_for_end();
+    else
+        client.close();
+}

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "connection.h"
+#include "request.h"
 
 #include <cstdint>
 #include <initializer_list>
@@ -26,3 +27,6 @@ std::string chunk(std::string_view content);
 
 /// A whole and right response.
 void respond(Connection &client, int status, std::string_view content_type, std::string_view body);
+
+/// Ends a response of a told length: closes the connection, unless the request leaves that to the client.
+void end(const Request &request, Connection &client);
