@@ -164,9 +164,9 @@ void UpdateInformationFetchTest::aFeedOf64MiBComesWhole()
     // The document is logged, and nobody wants that on the screen.
     const QtMessageHandler former = qInstallMessageHandler(say_nothing);
     const auto restore = qScopeGuard([=] { qInstallMessageHandler(former); });
-    const QString path = QStringLiteral("/document/large?size=%1&stays=1").arg(size);
+    const QString path = QStringLiteral("/document/large?size=%1").arg(size);
     InformationThread information;
-    information.fetch(m_server.address(path));
+    information.fetch(m_server.address(path + QStringLiteral("&stays=1")));
     QVERIFY(information.waitFor(end));
     const QStringList transcript = information.transcript();
     QCOMPARE(transcript.size(), 6);
