@@ -2,12 +2,14 @@
 
 #include "previewwindows.h"
 
+#include <QDeadlineTimer>
 #include <QDir>
 #include <QTest>
 
 namespace {
 
 constexpr int patienceMs = 60'000;
+constexpr int retryMs = 500;
 
 QString textOf(const QByteArray &output)
 {
@@ -104,10 +106,24 @@ void PreviewProcess::press(const QStringList &keys, const QString &title)
         previewwindows::press(ids.first(), keys);
 }
 
+Outcome PreviewProcess::pressToTheEnd(const QStringList &keys, const QString &title)
+{
+    const QDeadlineTimer limit(patienceMs);
+    do {
+        press(keys, title);
+    } while (!hasEndedWithin(retryMs) && !limit.hasExpired());
+    return finish();
+}
+
+bool PreviewProcess::hasEndedWithin(int milliseconds) const
+{
+    return QTest::qWaitFor([&] { return m_process.state() == QProcess::NotRunning; }, milliseconds);
+}
+
 Outcome PreviewProcess::finish()
 {
     Outcome outcome;
-    if (!QTest::qWaitFor([&] { return m_process.state() == QProcess::NotRunning; }, patienceMs))
+    if (!hasEndedWithin(patienceMs))
         qWarning("update-preview does not end: %s", qPrintable(m_process.arguments().join(u' ')));
     else if (m_process.exitStatus() == QProcess::NormalExit)
         outcome.code = m_process.exitCode();

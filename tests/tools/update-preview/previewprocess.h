@@ -39,6 +39,9 @@ public:
     /// Gives keys by their X names to the window with this title.
     void press(const QStringList &keys, const QString &title);
 
+    /// Does so until the program ends: a window that is just going takes the keys with it.
+    Outcome pressToTheEnd(const QStringList &keys, const QString &title);
+
     /// Asks the program to end, as the system does.
     void terminate() { m_process.terminate(); }
 
@@ -68,6 +71,7 @@ public:
 private:
     QStringList windows(const QString &title) const;
     QStringList contents() const;
+    bool hasEndedWithin(int milliseconds) const;
 
     QTemporaryDir m_home;
     QString m_temporaryFolder;

@@ -82,9 +82,7 @@ private Q_SLOTS:
         QVERIFY2(process.awaitWindow(offerTitle), qPrintable(process.error()));
         process.press({accept}, offerTitle);
         QVERIFY2(process.awaitError(QStringLiteral("UpdateInformation: exec ")), qPrintable(process.error()));
-        QVERIFY(process.awaitWindow(offerTitle));
-        process.press({accept}, offerTitle);
-        const Outcome outcome = process.finish();
+        const Outcome outcome = process.pressToTheEnd({accept}, offerTitle);
         QCOMPARE(outcome.code, 0);
 
         QTRY_VERIFY(contentOf(files.path(QStringLiteral("begun"))).count('\n') == 3);
