@@ -12,6 +12,8 @@ packages_memory=(valgrind)
 packages_guest=(qemu-system-x86 busybox-static cpio kmod xz-utils)
 packages_fuzz=(clang-14 libclang-rt-14-dev)
 packages_soak=(python3)
+packages_coverage=(gcovr)
+packages_mutation=(git python3)
 packages_windows=(g++-mingw-w64-x86-64-posix libz-mingw-w64-dev dpkg-dev wine wine64 nsis osslsigncode openssl
     icoutils libimage-exiftool-perl locales)
 packages_packaging=(dpkg-dev python3 lintian desktop-file-utils appstream mmdebstrap)
