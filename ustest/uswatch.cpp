@@ -13,7 +13,7 @@ constexpr uint32_t pause_piece_ms = 50;
 constinit const uswatch_t *watches[USWATCH_MAX] = {};
 constinit uint32_t watch_count = 0;
 
-// The error code of a transfer that was refused; 0 when the last failure was the platform's own.
+// The error code of a transfer that was refused or has failed, as it was before any watcher ran; 0 when there was none.
 thread_local uint32_t refused_with = 0;
 
 uint32_t refusal()
@@ -44,8 +44,10 @@ intptr_t open(const char16_t *path)
 {
     refused_with = refusal();
     const intptr_t handle = refused_with != 0 ? USPLATFORM_INVALID_HANDLE : usplatform_unwatched()->open(path);
-    if (handle == USPLATFORM_INVALID_HANDLE)
-        report(uswatch_transfer_t::OPEN, nullptr, 0, last_error());
+    if (handle == USPLATFORM_INVALID_HANDLE) {
+        refused_with = last_error();
+        report(uswatch_transfer_t::OPEN, nullptr, 0, refused_with);
+    }
     return handle;
 }
 

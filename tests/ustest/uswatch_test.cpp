@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -98,6 +99,26 @@ TEST_F(Watch, seesAPathThatCannotBeOpened)
     const std::string lines = printed([&] { EXPECT_EQ(receive(), 1); });
     EXPECT_NE(lines.find("GetLastError() = 0x2\n"), std::string::npos) << lines;
     EXPECT_EQ(seen, (std::vector<Seen>{{uswatch_transfer_t::OPEN, {}, USPLATFORM_ERROR_NOT_FOUND}}));
+}
+
+/// A watcher that writes files, say, may fail at that and leave an error of its own behind.
+TEST_F(Watch, leavesTheErrorsToTheLink)
+{
+    const auto fails = [](void *context, const uswatch_transfer_t *) {
+        auto *const platform = static_cast<ScriptedPlatform *>(context);
+        const uint32_t before = std::exchange(platform->open_error, USPLATFORM_ERROR_CANCELLED);
+        usplatform_unwatched()->open(u"");
+        platform->open_error = before;
+    };
+    const uswatch_t clumsy = {&conversation.platform, fails, nullptr};
+    uswatch_add(&clumsy);
+    conversation.fail_read(USPLATFORM_ERROR_TRANSIENT);
+    const std::string ofControl = printed([&] { EXPECT_EQ(receive(), 1); });
+    conversation.platform.open_error = USPLATFORM_ERROR_ACCESS_DENIED;
+    const std::string ofOpen = printed([&] { EXPECT_EQ(receive(), 1); });
+    uswatch_remove(&clumsy);
+    EXPECT_NE(ofControl.find("GetLastError() = 0x1f\n"), std::string::npos) << ofControl;
+    EXPECT_NE(ofOpen.find("GetLastError() = 0x5\n"), std::string::npos) << ofOpen;
 }
 
 TEST_F(Watch, refusesTransfersBeforeTheyReachThePlatform)
