@@ -1,10 +1,13 @@
 #include "conversation.h"
 #include "printed.h"
 #include "qusdeviceunit.h"
+#include "transfergate.h"
 
 #include <QMetaMethod>
 
 #include <gtest/gtest.h>
+
+#include <chrono>
 
 namespace {
 
@@ -64,6 +67,34 @@ TEST_F(Worker, writesAndThenReads)
     ASSERT_EQ(block.size(), 64U);
     EXPECT_EQ(block[0], 0xA1);
     EXPECT_EQ(conversation.reads(), 1U);
+}
+
+TEST_F(Worker, givesTheUnitTimeAfterEachTransfer)
+{
+    using Clock = std::chrono::steady_clock;
+    constexpr std::chrono::milliseconds pause(10);
+    QUSDeviceUnit unit;
+    Clock::time_point sent;
+    Clock::time_point received;
+    QObject::connect(&unit, &QUSDeviceUnit::us_send_result, [&] { sent = Clock::now(); });
+    QObject::connect(&unit, &QUSDeviceUnit::us_recv_result, [&] { received = Clock::now(); });
+    // A pause that is not made may look like one on a busy machine, but not each time.
+    for (int transfer = 0; transfer < 5; ++transfer) {
+        unit.us_send(QByteArray("\x31\x01", 2));
+        EXPECT_GE(received - sent, pause);
+        EXPECT_GE(Clock::now() - received, pause);
+    }
+}
+
+TEST_F(Worker, reachesNoUnitThroughAClosedGate)
+{
+    TransferGate gate;
+    QUSDeviceUnit unit;
+    listen(&unit);
+    gate.close();
+    printed([&] { unit.us_send(QByteArray("\x31\x01", 2)); });
+    EXPECT_EQ(heard(), "send+ recv- ");
+    EXPECT_TRUE(conversation.platform.requests.empty());
 }
 
 TEST_F(Worker, sendsTheFirst64Bytes)

@@ -5,6 +5,7 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QProcess>
 #include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTest>
@@ -25,6 +26,7 @@ class InstanceLockPosixTest : public QObject
 private Q_SLOTS:
     void init();
     void leavesTheFile();
+    void programsThatItStartsDoNotHoldIt();
     void oldFilesDoNotMatter_data();
     void oldFilesDoNotMatter();
     void askersDoNotDelayForLong();
@@ -56,6 +58,21 @@ void InstanceLockPosixTest::leavesTheFile()
     struct stat info = {};
     QCOMPARE(::lstat(QFile::encodeName(lockName()).constData(), &info), 0);
     QCOMPARE(info.st_mode & 0777U, 0600U);
+}
+
+// A web browser, for example, which lives on.
+void InstanceLockPosixTest::programsThatItStartsDoNotHoldIt()
+{
+    QProcess program;
+    {
+        InstanceLock lock(lockName());
+        QCOMPARE(lock.tryLock(), Result::Locked);
+        program.start(QStringLiteral("cat"), QStringList());
+        QVERIFY(program.waitForStarted());
+    }
+    QVERIFY(InstanceLock(lockName()).isFree());
+    program.closeWriteChannel();
+    QVERIFY(program.waitForFinished());
 }
 
 void InstanceLockPosixTest::oldFilesDoNotMatter_data()

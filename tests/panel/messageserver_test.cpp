@@ -9,6 +9,7 @@
 #include <QElapsedTimer>
 #include <QEventLoop>
 #include <QFile>
+#include <QLocalServer>
 #include <QLocalSocket>
 #include <QRegularExpression>
 #include <QSignalSpy>
@@ -16,6 +17,7 @@
 #include <QTest>
 #include <QTimer>
 
+#include <atomic>
 #include <memory>
 #include <thread>
 #include <vector>
@@ -62,6 +64,7 @@ private Q_SLOTS:
     void clientGivesUp();
     void clientRefusesLongText();
     void clientTriesAgain();
+    void clientBelievesOnlyTheAcknowledgement();
 
 private:
     void start(const MessageServer::Limits &limits = {});
@@ -311,6 +314,28 @@ void MessageServerTest::clientTriesAgain()
     QVERIFY(received);
     QVERIFY(delivered);
     QCOMPARE(spy.constFirst().constFirst().toString(), QStringLiteral("again"));
+}
+
+// Something else listens there and says something else.
+void MessageServerTest::clientBelievesOnlyTheAcknowledgement()
+{
+    bool delivered = true;
+    std::atomic<bool> hasAnswered = false;
+    QLocalServer stranger;
+    QVERIFY(stranger.listen(m_serverName));
+    connect(&stranger, &QLocalServer::newConnection, this, [&] {
+        QLocalSocket *const caller = stranger.nextPendingConnection();
+        caller->write(QByteArray(acknowledgement.size(), '?'));
+        hasAnswered = true;
+    });
+    // After the answer nobody will listen, so it ends at once.
+    std::jthread sender([&, name = m_serverName] {
+        delivered = deliverMessage(name, QStringLiteral("hello"), patience, [&] { return hasAnswered.load(); });
+    });
+    const bool answered = QTest::qWaitFor([&] { return hasAnswered.load(); }, patience);
+    sender.join();
+    QVERIFY(answered);
+    QVERIFY(!delivered);
 }
 
 QTEST_GUILESS_MAIN(MessageServerTest)

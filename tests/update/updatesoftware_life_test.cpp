@@ -6,11 +6,14 @@
 #include "storedsettings.h"
 #include "updatesoftwareprobe.h"
 
+#include <QDeadlineTimer>
 #include <QElapsedTimer>
 #include <QPushButton>
 #include <QTest>
+#include <QThread>
 #include <QTimer>
 
+#include <atomic>
 #include <functional>
 #include <memory>
 
@@ -114,6 +117,25 @@ private Q_SLOTS:
             QTRY_VERIFY(over);
             end(service);
         }
+    }
+
+    void whileALongSaveIsAboutToBegin()
+    {
+        m_server->serve(package, QByteArray(4'000'000, 'x'));
+        auto service = fetched();
+        QVERIFY(service != nullptr);
+        std::atomic<bool> begins = false;
+        std::atomic<bool> calledOff = false;
+        // In the worker's thread, before it saves: holds it there until it is told to end.
+        connect(&UpdateSoftwareProbe(*service).information(), &UpdateInformation::finishedDownloadFile, [&] {
+            begins = true;
+            for (const QDeadlineTimer limit(soonMs); !calledOff && !limit.hasExpired(); QThread::yieldCurrentThread())
+                calledOff = QThread::currentThread()->isInterruptionRequested();
+        });
+        Q_EMIT service->readiedDownloadFile(m_server->url(package));
+        QTRY_VERIFY(begins);
+        end(service);
+        QVERIFY(calledOff);
     }
 
     void withTheCompletionWindow()

@@ -39,6 +39,7 @@ private Q_SLOTS:
     void interruptsEndAnyCommand_data();
     void interruptsEndAnyCommand();
     void aRequestToEndIsFollowed();
+    void aKilledProgramLeavesItsTrace();
     void interruptsAreIgnoredWhereTheyWereBefore();
 
     void theFirstInterruptOfATransferWarns();
@@ -108,6 +109,21 @@ void KdmxctlSignalsTest::aRequestToEndIsFollowed()
         process.signal(signal);
         QCOMPARE(process.finish().code, int{Interrupted});
     }
+}
+
+void KdmxctlSignalsTest::aKilledProgramLeavesItsTrace()
+{
+    const QString trace = m_folder.filePath(QStringLiteral("killed"));
+    const QStringList list = words("--virtual=stall*ever --log=- rate") << QStringLiteral("--trace=") + trace;
+    KdmxctlProcess process(list);
+    // The link's line about the first transfer, which is in the trace by then.
+    QVERIFY(process.await_error_text("ERROR"));
+    process.signal(SIGKILL);
+    QCOMPARE(process.finish().code, -1);
+    QFile file(trace);
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    const QByteArray kept = file.readAll();
+    QVERIFY2(kept.contains(" read  error 31\n"), kept.constData());
 }
 
 void KdmxctlSignalsTest::interruptsAreIgnoredWhereTheyWereBefore()

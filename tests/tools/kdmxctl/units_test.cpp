@@ -1,6 +1,7 @@
 #include "elements.h"
 #include "failure.h"
 #include "help.h"
+#include "progress.h"
 #include "replayplatform.h"
 #include "trace.h"
 #include "usmsg.h"
@@ -137,6 +138,18 @@ TEST(Values, readHexadecimalWordsOfAnyLength)
     EXPECT_EQ(bytes_argument("HEX", {std::string(128, 'a')}).size(), 64U);
     EXPECT_THROW(bytes_argument("HEX", {std::string(130, 'a')}), Failure);
     EXPECT_THROW(bytes_argument("HEX", {""}), Failure);
+}
+
+TEST(Progress, goesOnTo100PercentOfALargeImage)
+{
+    constexpr uint32_t size = 200'000'000;
+    testing::internal::CaptureStderr();
+    Progress progress(size, false);
+    progress.update(size / 2);
+    progress.update(size);
+    const std::string told = testing::internal::GetCapturedStderr();
+    EXPECT_NE(told.find(" 50 %  100000000 of 200000000 bytes"), std::string::npos) << told;
+    EXPECT_NE(told.find("100 %  200000000 of 200000000 bytes"), std::string::npos) << told;
 }
 
 TEST(Help, breaksLinesAtBlanks)

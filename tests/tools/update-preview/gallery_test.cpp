@@ -245,6 +245,11 @@ void TestGallery::folderThatCannotBeWrittenIsAFailure()
     const QString folder = files.path(QStringLiteral("second"));
     QVERIFY(QDir().mkpath(folder + QStringLiteral("/index.html")));
     QCOMPARE(runPreview({QStringLiteral("--gallery"), folder}).code, 1);
+
+    // One picture among others that can be written.
+    const QString third = files.path(QStringLiteral("third"));
+    QVERIFY(QDir().mkpath(third + QStringLiteral("/en-progress.png")));
+    QCOMPARE(runPreview({QStringLiteral("--gallery"), third}).code, 1);
 }
 
 QTEST_GUILESS_MAIN(TestGallery)

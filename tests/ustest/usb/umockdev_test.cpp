@@ -130,6 +130,28 @@ TEST_F(Umockdev, listsTheAudioDevicesInTheOrderOfTheirPlaces)
                                         "usb:1-4 snd-usb-audio", "usb:1-5 snd-usb-audio", "usb:1-6 snd-usb-audio"}));
 }
 
+TEST_F(Umockdev, givesNamesWholeOrNotAtAll)
+{
+    const usplatform_t *const platform = usplatform();
+    const usplatform_class_t audio = {};
+    const intptr_t set = platform->enumerate(&audio);
+    // The device at 1-2, and one unit more in which nobody may write.
+    constexpr uint32_t instance_units = sizeof("usb:1-2");
+    constexpr uint32_t service_units = sizeof("snd-usb-audio");
+    char16_t text[service_units + 1] = {};
+    text[instance_units - 1] = u'x';
+    EXPECT_EQ(platform->instance_id(set, 0, text, instance_units - 1), 0);
+    EXPECT_EQ(text[instance_units - 1], u'x');
+    EXPECT_EQ(platform->instance_id(set, 0, text, instance_units), 1);
+    EXPECT_EQ(narrow(text), "usb:1-2");
+    text[service_units - 1] = u'x';
+    EXPECT_EQ(platform->service(set, 0, text, static_cast<uint32_t>((service_units - 1) * sizeof(char16_t))), 0);
+    EXPECT_EQ(text[service_units - 1], u'x');
+    EXPECT_EQ(platform->service(set, 0, text, static_cast<uint32_t>(service_units * sizeof(char16_t))), 1);
+    EXPECT_EQ(narrow(text), "snd-usb-audio");
+    platform->end_enumeration(set);
+}
+
 TEST_F(Umockdev, queries)
 {
     uint32_t hz = 0;
