@@ -17,7 +17,7 @@ packages_mutation=(git python3)
 packages_windows=(g++-mingw-w64-x86-64-posix libz-mingw-w64-dev dpkg-dev wine wine64 nsis osslsigncode openssl
     icoutils libimage-exiftool-perl locales)
 packages_packaging=(dpkg-dev python3 lintian desktop-file-utils appstream mmdebstrap)
-packages_benchmarks=(python3 curl libbenchmark-dev libnanopb-dev nanopb)
+packages_benchmarks=(python3 curl libbenchmark-dev libnanopb-dev nanopb qasmixer qjackctl qpwgraph)
 
 # ask_for_packages PACKAGE ...
 #

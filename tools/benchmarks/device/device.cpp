@@ -19,7 +19,7 @@
 #include <unistd.h>
 
 // What the front of the device unit costs its owner's thread: packing requests, announcing what came, and each call of
-// a storm of requests while the unit takes its time. Prints tables.
+// a storm of requests while the unit takes its time, and how both grow with the number of requests. Prints tables.
 
 namespace {
 
@@ -275,13 +275,34 @@ Storm storm(bool held)
     return result;
 }
 
+/// What requests cost while they wait for a unit that is not ready: each call, and to pack all of them in the end.
+void measurePending(int calls)
+{
+    QUSDevice device;
+    int messages = 0;
+    detach(&device, &messages);
+    const auto begin = Clock::now();
+    for (int number = 0; number < calls; ++number)
+        request(&device, number);
+    const auto asked = Clock::now();
+    const QByteArray ready = block({USMSG_ID_READY, USMSG_DATA_TYPE_U8, 1});
+    for (int before = -1; before != messages;) {
+        before = messages;
+        device.recv_us_recv_result(true, ready);
+        device.recv_us_send_result(true);
+    }
+    const auto end = Clock::now();
+    std::fprintf(tables, "| %d | %.0f ns | %d | %.1f µs |\n", calls, nanosecondsEach(asked - begin, calls), messages,
+                 nanosecondsEach(end - asked, 1) / 1e3);
+}
+
 void measureStorms(const char *what, bool held)
 {
     Storm worst;
     for (int count = 0; count < storms; ++count)
         worst.takeWorst(storm(held));
     const bool isMet = worst.nearlyAll_us <= nearlyAll_us && worst.longest_us <= every_us;
-    std::fprintf(tables, "| %s | %d | %.2f us | %.2f us | %.0f us | %.0f us | %s |\n", what, worst.messages,
+    std::fprintf(tables, "| %s | %d | %.2f µs | %.2f µs | %.0f µs | %.0f µs | %s |\n", what, worst.messages,
                  worst.median_us, worst.nearlyAll_us, worst.longest_us, worst.longestOwn_us, isMet ? "met" : "missed");
 }
 
@@ -302,9 +323,13 @@ int main(int argc, char **argv)
     }
     std::fprintf(tables,
                  "\n| %d storms of %d calls, the worst of each | messages | median | 99 of 100 | longest "
-                 "| longest, own CPU | aim: %.0f us, %.0f us |\n|---|---|---|---|---|---|---|\n",
+                 "| longest, own CPU | aim: %.0f µs, %.0f µs |\n|---|---|---|---|---|---|---|\n",
                  storms, stormCalls, nearlyAll_us, every_us);
     measureStorms("the unit answers after 5 ms", false);
     measureStorms("the unit does not answer", true);
+    std::fprintf(tables, "\n| Requests while the unit is not ready | each call | messages in the end | to pack these |\n"
+                         "|---|---|---|---|\n");
+    for (const int calls : {10, 100, 1000, 10000, 100000, 1000000})
+        measurePending(calls);
     std::fclose(tables);
 }
