@@ -327,8 +327,9 @@ int main(int argc, char **argv)
                  storms, stormCalls, nearlyAll_us, every_us);
     measureStorms("the unit answers after 5 ms", false);
     measureStorms("the unit does not answer", true);
-    std::fprintf(tables, "\n| Requests while the unit is not ready | each call | messages in the end | to pack these |\n"
-                         "|---|---|---|---|\n");
+    std::fprintf(tables,
+                 "\n| Requests while the unit is not ready | each call | messages in the end | to pack these |\n"
+                 "|---|---|---|---|\n");
     for (const int calls : {10, 100, 1000, 10000, 100000, 1000000})
         measurePending(calls);
     std::fclose(tables);
