@@ -6,6 +6,7 @@
 #include "nextdialog.h"
 #include "screenshots.h"
 #include "storedsettings.h"
+#include "textcontrast.h"
 
 #include <QAbstractItemView>
 #include <QApplication>
@@ -102,6 +103,21 @@ void verifyInside(const QWidget &page)
         QVERIFY2(page.rect().contains(child->geometry()), qPrintable(child->objectName()));
 }
 
+/// Each entry that can be chosen, and the one under the mouse.
+void verifyMenuIsReadable(QMenu *menu)
+{
+    const auto actions = menu->actions();
+    for (QAction *const action : actions) {
+        if (!action->isVisible() || action->isSeparator() || !action->isEnabled())
+            continue;
+        for (QAction *const chosen : {static_cast<QAction *>(nullptr), action}) {
+            menu->setActiveAction(chosen);
+            const QRect entry = menu->actionGeometry(action).adjusted(4, 4, -4, -4);
+            QVERIFY2(textContrast(menu->grab(entry).toImage()) >= readableContrast, qPrintable(action->text()));
+        }
+    }
+}
+
 } // namespace
 
 class LayoutTest : public QObject
@@ -114,6 +130,15 @@ private Q_SLOTS:
         QTest::failOnWarning(QRegularExpression(QStringLiteral(".*")));
         stored::writeReminder(false);
         QCOMPARE(QString::number(qApp->devicePixelRatio()), scale());
+    }
+
+    void textsWithoutContrastAreFound()
+    {
+        QLabel label(QStringLiteral("Text"));
+        label.setStyleSheet(QStringLiteral("color: #777777; background-color: white"));
+        QVERIFY(textContrast(label.grab().toImage()) < readableContrast);
+        label.setStyleSheet(QStringLiteral("color: #767676; background-color: white"));
+        QVERIFY(textContrast(label.grab().toImage()) >= readableContrast);
     }
 
     void mainWindow_data()
@@ -144,6 +169,7 @@ private Q_SLOTS:
             verifyInside(*tabs->widget(index));
             verifyLabelsFit(*tabs->widget(index));
             verifyBrowsersFit(window);
+            verifyTextsAreReadable(&window);
             saveScreenshot(&window,
                            QStringLiteral("%1-%2-%3x").arg(tabs->widget(index)->objectName(), locale, scale()));
         }
@@ -168,6 +194,7 @@ private Q_SLOTS:
                 if (action->isVisible() && !action->isSeparator())
                     verifyFits(menu, menu->actionGeometry(action).size() - QSize(40, 0), action->text());
             }
+            verifyMenuIsReadable(menu);
             saveScreenshot(menu, QStringLiteral("%1-%2x").arg(menu->objectName(), scale()));
             menu->close();
         }
@@ -187,6 +214,7 @@ private Q_SLOTS:
         const NextDialog dialog([](QDialog &box) {
             verifyLabelsFit(box);
             verifyInside(box);
+            verifyTextsAreReadable(&box);
             const auto *const check = box.findChild<QCheckBox *>();
             QVERIFY(check->sizeHint().width() <= check->width());
             saveScreenshot(
@@ -204,6 +232,7 @@ private Q_SLOTS:
             const NextDialog next([&](QDialog &dialog) {
                 verifyLabelsFit(dialog);
                 verifyInside(dialog);
+                verifyTextsAreReadable(&dialog);
                 const auto *const browser = dialog.findChild<QTextBrowser *>();
                 QVERIFY(browser == nullptr || browser->horizontalScrollBar()->maximum() == 0);
                 saveScreenshot(&dialog, QStringLiteral("%1-%2x").arg(name, scale()));

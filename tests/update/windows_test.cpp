@@ -6,6 +6,7 @@
 #include "nextdialog.h"
 #include "realinput.h"
 #include "screenshots.h"
+#include "textcontrast.h"
 #include "updatesettings.h"
 #include "updatesoftwareprobe.h"
 #include "updatetexts.h"
@@ -271,6 +272,7 @@ private Q_SLOTS:
         QVERIFY(QTest::qWaitForWindowActive(&box));
         verifyOffer(scene, box,
                     offerLines(scene, UpdateTextSoftwareHeadline, QStringLiteral("1.10"), QStringLiteral("2.110")));
+        verifyTextsAreReadable(&box);
         saveScreenshot(&box, shotName("software"));
     }
 
@@ -286,6 +288,7 @@ private Q_SLOTS:
         QVERIFY(QTest::qWaitForWindowActive(&box));
         verifyOffer(scene, box,
                     offerLines(scene, UpdateTextFirmwareHeadline, QStringLiteral("1.02"), QStringLiteral("2.110")));
+        verifyTextsAreReadable(&box);
         saveScreenshot(&box, shotName("firmware"));
     }
 
@@ -309,6 +312,7 @@ private Q_SLOTS:
                  QStringLiteral("KD-MX4 units need firmware 1.20 for macOS 14.\nRead more on our web site."));
         QCOMPARE(box.ui.textMessage->font().pointSize(), locale == QStringLiteral("ja_JP") ? 11 : 12);
         verifyMessageFits(*box.ui.textMessage);
+        verifyTextsAreReadable(&box);
         saveScreenshot(&box, shotName("news"));
     }
 
@@ -329,6 +333,7 @@ private Q_SLOTS:
         Q_EMIT scene.probe->information().progressValueChanged(42);
         QTRY_COMPARE(scene.probe->downloadBar()->value(), 42);
         QTRY_VERIFY(button->isEnabled());
+        verifyTextsAreReadable(window);
         saveScreenshot(window, shotName("progress"));
     }
 
@@ -346,6 +351,7 @@ private Q_SLOTS:
         QCOMPARE(scene.probe->downloadButton()->text(), scene.texts()[UpdateTextOk]);
         QVERIFY(scene.probe->downloadButton()->isEnabled());
         QVERIFY(scene.probe->downloadBar() == nullptr);
+        verifyTextsAreReadable(window);
         saveScreenshot(window, shotName("completion"));
     }
 
@@ -358,6 +364,7 @@ private Q_SLOTS:
         const NextDialog dialog([&](QDialog &box) {
             QCOMPARE(&box, &scene.probe->errorBox());
             verifyError(scene, scene.probe->errorBox());
+            verifyTextsAreReadable(&box);
             saveScreenshot(&box, shotName("error"));
             realinput::key(QStringLiteral("Escape"));
         });

@@ -2,6 +2,7 @@
 
 #include "realinput.h"
 #include "screenshots.h"
+#include "textcontrast.h"
 #include "webbrowser.h"
 
 #include <QApplication>
@@ -14,9 +15,6 @@
 #include <QTest>
 #include <QTextBlock>
 #include <QTranslator>
-
-#include <algorithm>
-#include <cmath>
 
 namespace {
 
@@ -66,21 +64,6 @@ QImage indicator(const InformationBox &box)
     const QRect place = checkBox->style()->subElementRect(QStyle::SE_CheckBoxIndicator, &option, checkBox);
     const QPoint corner = checkBox->mapTo(&box, place.topLeft());
     return box.screen()->grabWindow(box.winId()).toImage().copy(QRect(corner, place.size()));
-}
-
-double luminance(const QColor &colour)
-{
-    const auto linear = [](double part) {
-        return part <= 0.04045 ? part / 12.92 : std::pow((part + 0.055) / 1.055, 2.4);
-    };
-    return 0.2126 * linear(colour.redF()) + 0.7152 * linear(colour.greenF()) + 0.0722 * linear(colour.blueF());
-}
-
-/// How well one colour stands out from another: from 1, not at all, to 21; text takes 4.5.
-double contrast(const QColor &one, const QColor &other)
-{
-    const auto [darker, lighter] = std::minmax({luminance(one), luminance(other)});
-    return (lighter + 0.05) / (darker + 0.05);
 }
 
 /// Stands in for a translation of the whole form.
@@ -310,7 +293,7 @@ private Q_SLOTS:
         QVERIFY(QTest::qWaitForWindowExposed(&box));
         const QPoint middle = indicator(box).rect().center();
         const QColor behind = expectedBackground(box).pixelColor(QPoint(20, 140));
-        QTRY_VERIFY(contrast(indicator(box).pixelColor(middle), behind) > 4.5);
+        QTRY_VERIFY(contrast(indicator(box).pixelColor(middle), behind) >= readableContrast);
         const QImage unchecked = indicator(box);
         box.ui.dontShowCheckBox->setChecked(true);
         QTRY_VERIFY(indicator(box) != unchecked);
@@ -322,7 +305,7 @@ private Q_SLOTS:
         box.ui.textMessage->setText(QStringLiteral("<a href=\"https://www.velmar.example/\">news</a>"));
         const QTextCursor link = box.ui.textMessage->document()->find(QStringLiteral("news"));
         const QColor behind = expectedBackground(box).pixelColor(QPoint(200, 60));
-        QVERIFY(contrast(link.charFormat().foreground().color(), behind) > 4.5);
+        QVERIFY(contrast(link.charFormat().foreground().color(), behind) >= readableContrast);
     }
 
     void checkBoxKeepsItsStateBetweenShowings()
