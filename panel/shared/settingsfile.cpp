@@ -21,6 +21,15 @@ QString badNameOf(const QString &fileName)
     return fileName + QStringLiteral(".bad");
 }
 
+/// The first name for what is broken that nothing has yet.
+QString freeBadNameOf(const QString &fileName)
+{
+    QString name = badNameOf(fileName);
+    for (int number = 2; QFileInfo::exists(name); ++number)
+        name = badNameOf(fileName) + QStringLiteral(".%1").arg(number);
+    return name;
+}
+
 /// Whether there is anything of this name, a symbolic link that leads nowhere included.
 bool isTaken(const QString &fileName)
 {
@@ -56,7 +65,7 @@ void setAsideUnusable(const QString &fileName)
     if (!info.exists() || info.isDir())
         return;
     if (!info.isFile() || info.size() > largestFile)
-        QFile::rename(fileName, badNameOf(fileName));
+        QFile::rename(fileName, freeBadNameOf(fileName));
 }
 
 void keepUnparsable(const QString &fileName)

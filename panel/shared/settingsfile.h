@@ -16,8 +16,8 @@ namespace settingsfile {
 /**
  * Looks after a settings file before it is opened:
  *
- * - What cannot be a settings file is moved out of the way, to "<file>.bad": a pipe and the like, which would block the
- *   reader, or more than a mebibyte.
+ * - What cannot be a settings file is moved out of the way, to "<file>.bad", or with a number behind that if there is
+ *   one: a pipe and the like, which would block the reader, or more than a mebibyte.
  * - A file with lines that do not parse is copied to "<file>.bad", because a save drops such lines. A copy that is
  *   already there is the older one and stays.
  *

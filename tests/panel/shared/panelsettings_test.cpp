@@ -46,6 +46,16 @@ private Q_SLOTS:
         QCOMPARE(kept.readAll(), QByteArray("garbage\n[Update]\nkey=1\n"));
         QCOMPARE(openPanelSettings().value(QStringLiteral("Update/key")).toInt(), 1);
     }
+
+    void brokenSectionIsKept()
+    {
+        stored::clear();
+        stored::write(stored::panelFile(), "[Popup\nWakeUp=false\n");
+        writePanel(QStringLiteral("PopupMessage/WakeUp"), true);
+        QFile kept(stored::panelFile() + QStringLiteral(".bad"));
+        QVERIFY(kept.open(QIODevice::ReadOnly));
+        QCOMPARE(kept.readAll(), QByteArray("[Popup\nWakeUp=false\n"));
+    }
 };
 
 int main(int argc, char **argv)

@@ -1,6 +1,0 @@
-#include "taskbaridentity.h"
-
-void setTaskbarIdentity()
-{
-    // The desktop file name does this job.
-}
