@@ -35,8 +35,10 @@ bool MessageServer::listen(const QString &serverName)
 {
     m_serverName = serverName;
     QLocalServer::removeServer(m_serverName);
-    if (!m_server->listen(m_serverName))
+    if (!m_server->listen(m_serverName)) {
+        m_pauseBeforeListening->start();
         return false;
+    }
     watchListener();
     return true;
 }
@@ -58,8 +60,7 @@ void MessageServer::watchListener()
 void MessageServer::listenAgain()
 {
     m_server->close();
-    if (!listen(m_serverName))
-        m_pauseBeforeListening->start();
+    listen(m_serverName);
 }
 
 void MessageServer::acceptPending()
