@@ -1,11 +1,12 @@
 #include "informationbox.h"
 
+#include "textonlydocument.h"
+
 #include <QDesktopServices>
 #include <QGuiApplication>
 #include <QPainter>
 #include <QProxyStyle>
 #include <QStyleOption>
-#include <QTextDocument>
 #include <QUrl>
 
 namespace {
@@ -44,6 +45,7 @@ InformationBox::InformationBox(QWidget *parent)
     : QWidget(parent)
 {
     ui.setupUi(this);
+    ui.textMessage->setDocument(new TextOnlyDocument(ui.textMessage));
     // Its owner asks for the state when a button is pressed.
     ui.dontShowCheckBox->blockSignals(true);
     setWindowFlags(Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::WindowSystemMenuHint);

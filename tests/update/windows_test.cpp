@@ -15,16 +15,20 @@
 #include <QAbstractTextDocumentLayout>
 #include <QApplication>
 #include <QCheckBox>
+#include <QDir>
+#include <QFile>
 #include <QFontDatabase>
 #include <QLabel>
 #include <QLayout>
 #include <QProgressBar>
 #include <QPushButton>
 #include <QRegularExpression>
+#include <QScopeGuard>
 #include <QScreen>
 #include <QScrollBar>
 #include <QStyleOptionButton>
 #include <QTcpServer>
+#include <QTemporaryDir>
 #include <QTest>
 #include <QTextBlock>
 
@@ -443,6 +447,43 @@ private Q_SLOTS:
         box.grab();
         server.waitForNewConnection(0);
         QVERIFY(!server.hasPendingConnections());
+    }
+
+    void newsLoadNoFiles_data()
+    {
+        QTest::addColumn<QString>("html");
+        QTest::newRow("picture by its path") << "<img src='%1/big.png'>";
+        QTest::newRow("picture by its address") << "<img src='file://%1/big.png'>";
+        QTest::newRow("picture from the current folder") << "<img src='big.png' alt='%1'>";
+        QTest::newRow("background") << "<table background='file://%1/big.png'><tr><td>New</td></tr></table>";
+        QTest::newRow("style sheet") << "<link rel='stylesheet' href='file://%1/large.css'><p>New</p>";
+        QTest::newRow("imported style sheet") << "<style>@import url('file://%1/large.css');</style><p>New</p>";
+    }
+
+    void newsLoadNoFiles()
+    {
+        QFETCH(QString, html);
+        const QTemporaryDir folder;
+        QImage big(300, 300, QImage::Format_RGB32);
+        big.fill(Qt::red);
+        QVERIFY(big.save(folder.filePath(QStringLiteral("big.png"))));
+        QFile sheet(folder.filePath(QStringLiteral("large.css")));
+        QVERIFY(sheet.open(QIODevice::WriteOnly) && sheet.write("p { font-size: 90pt; color: red; }") > 0);
+        sheet.close();
+        const QString former = QDir::currentPath();
+        const auto back = qScopeGuard([&] { QDir::setCurrent(former); });
+        QVERIFY(QDir::setCurrent(folder.path()));
+
+        const Scene scene(QStringLiteral("en_GB"));
+        scene.service->saveInformation(announcing(html.arg(folder.path())));
+        InformationBox &box = scene.probe->newsBox();
+        QVERIFY(QTest::qWaitForWindowActive(&box));
+        const QImage shown = box.grab().toImage();
+        QVERIFY(box.ui.textMessage->document()->size().height() < 90);
+        for (int y = 0; y < shown.height(); ++y) {
+            for (int x = 0; x < shown.width(); ++x)
+                QVERIFY(shown.pixelColor(x, y) != QColor(Qt::red));
+        }
     }
 
     void linkInErrorOpens_data() { addLanguages(); }

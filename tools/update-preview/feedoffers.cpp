@@ -2,11 +2,10 @@
 
 #include "identity.h"
 #include "languages.h"
+#include "textonlydocument.h"
 #include "updatefeed.h"
 #include "updatefeedkeys.h"
 #include "updateversions.h"
-
-#include <QTextDocument>
 
 namespace {
 
@@ -83,7 +82,7 @@ QString firmware(const QJsonObject &entry, const std::optional<QString> &unit)
 QString beginning(const QString &html)
 {
     constexpr int longest = 50;
-    QTextDocument document;
+    TextOnlyDocument document;
     document.setHtml(html);
     const QString text = document.toPlainText().simplified();
     return text.size() > longest ? text.left(longest - 1) + u'…' : text;

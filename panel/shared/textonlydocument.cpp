@@ -1,0 +1,41 @@
+#include "textonlydocument.h"
+
+#include <QAbstractTextDocumentLayout>
+#include <QTextObjectInterface>
+
+namespace {
+
+/// Stands where pictures would be. Qt's own opens a file by itself when the document does not give it anything.
+class NoPicture : public QObject, public QTextObjectInterface
+{
+    Q_OBJECT
+    Q_INTERFACES(QTextObjectInterface)
+
+public:
+    using QObject::QObject;
+
+    QSizeF intrinsicSize(QTextDocument * /*document*/, int /*position*/, const QTextFormat & /*format*/) override
+    {
+        return {0, 0};
+    }
+
+    void drawObject(QPainter * /*painter*/, const QRectF & /*place*/, QTextDocument * /*document*/, int /*position*/,
+                    const QTextFormat & /*format*/) override
+    {
+    }
+};
+
+} // namespace
+
+TextOnlyDocument::TextOnlyDocument(QObject *parent)
+    : QTextDocument(parent)
+{
+    documentLayout()->registerHandler(QTextFormat::ImageObject, new NoPicture(this));
+}
+
+QVariant TextOnlyDocument::loadResource(int /*type*/, const QUrl & /*name*/)
+{
+    return {};
+}
+
+#include "textonlydocument.moc"
