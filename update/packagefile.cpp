@@ -32,11 +32,13 @@ bool finish(QFile &file)
     return flushed && file.error() == QFileDevice::NoError;
 }
 
-Outcome save(QIODevice &body, const QString &fileName, QIODevice::OpenMode mode)
+Outcome save(QIODevice &body, const QString &fileName, QIODevice::OpenMode mode, const std::function<void()> &opened)
 {
     QFile file(fileName);
     if (!file.open(mode))
         return Outcome::NotOpened;
+    if (opened)
+        opened();
     const bool copied = copy(body, file);
     if (finish(file) && copied)
         return Outcome::Saved;
@@ -46,9 +48,9 @@ Outcome save(QIODevice &body, const QString &fileName, QIODevice::OpenMode mode)
 
 } // namespace
 
-Outcome save(QIODevice &body, const QString &fileName)
+Outcome save(QIODevice &body, const QString &fileName, const std::function<void()> &opened)
 {
-    return save(body, fileName, QIODevice::WriteOnly);
+    return save(body, fileName, QIODevice::WriteOnly, opened);
 }
 
 Outcome saveText(const QByteArray &text, const QString &fileName)
@@ -56,7 +58,7 @@ Outcome saveText(const QByteArray &text, const QString &fileName)
     QBuffer body;
     body.setData(text);
     body.open(QIODevice::ReadOnly);
-    return save(body, fileName, QIODevice::WriteOnly | QIODevice::Text);
+    return save(body, fileName, QIODevice::WriteOnly | QIODevice::Text, {});
 }
 
 } // namespace packagefile

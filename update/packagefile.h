@@ -2,6 +2,8 @@
 
 #include <QString>
 
+#include <functional>
+
 class QIODevice;
 
 /**
@@ -24,8 +26,9 @@ enum class Outcome {
  *
  * @param body      open for reading; all of it is there
  * @param fileName  full path; a file of this name is replaced
+ * @param opened    called once the file is made, before anything of the body is taken
  */
-Outcome save(QIODevice &body, const QString &fileName);
+Outcome save(QIODevice &body, const QString &fileName, const std::function<void()> &opened = {});
 
 /// Writes a text file (with the line ends of the system) from UTF-8 bytes with "\n" line ends.
 Outcome saveText(const QByteArray &text, const QString &fileName);

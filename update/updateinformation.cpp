@@ -12,6 +12,7 @@
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
 #include <QNetworkRequest>
+#include <QPointer>
 #include <QTemporaryDir>
 #include <QThread>
 #include <QTimer>
@@ -30,7 +31,7 @@ constexpr int killPatienceMs = 1000;
 
 const QString scriptName = QStringLiteral("unzip.js");
 
-// What a mounted disk image may hold, and how long it may take to appear.
+// How long a mounted disk image may take to appear.
 constexpr int mountAttempts = 5;
 constexpr unsigned long mountPauseMs = 100;
 
@@ -49,7 +50,8 @@ QString backslashed(const QString &path)
     return QString(path).replace(u'/', u'\\');
 }
 
-/// Whether there is something to abort: Qt complains about a reply that has failed and not said so yet.
+/// Whether there is something to abort. Qt aborts none that has failed, although one whose compression is broken goes
+/// on for as long as the server likes.
 bool isUnderWay(const QNetworkReply &reply)
 {
     return reply.isRunning() && reply.error() == QNetworkReply::NoError;
@@ -104,6 +106,23 @@ void UpdateInformation::downloadInformation()
         if (std::max(received, total) > largestDocument && isUnderWay(*document))
             document->abort();
     });
+    whenFailedAndGoingOn(document, [this](QNetworkReply *failed) {
+        replyFinishedInfo(failed);
+        failed->deleteLater();
+    });
+}
+
+/// Calls a function with a reply that has failed and does not end by itself: where Qt cannot unpack what comes, it goes
+/// on taking it for as long as the server likes, and tells nobody.
+void UpdateInformation::whenFailedAndGoingOn(QNetworkReply *watched,
+                                             const std::function<void(QNetworkReply *)> &function)
+{
+    const auto judge = [failed = QPointer(watched), function] {
+        if (failed != nullptr && failed->isRunning())
+            function(failed);
+    };
+    // Later, for as a rule it ends by itself now.
+    connect(watched, &QNetworkReply::errorOccurred, this, judge, Qt::QueuedConnection);
 }
 
 void UpdateInformation::replyFinishedInfo(QNetworkReply *informationReply)
@@ -119,6 +138,9 @@ void UpdateInformation::replyFinishedInfo(QNetworkReply *informationReply)
     if (informationReply->error() != QNetworkReply::NoError) {
         log() << "UpdateInformation: jason dwonload error";
         log() << informationReply->errorString();
+    } else if (informationReply->bytesAvailable() > largestDocument) {
+        log() << "UpdateInformation: jason dwonload error";
+        log() << "UpdateInformation: document too large";
     } else {
         log() << "UpdateInformation: jason dwonload ok" << informationReply->bytesAvailable();
         const QString text = QString::fromUtf8(informationReply->readAll());
@@ -154,6 +176,7 @@ void UpdateInformation::downloadFile(const QString &url)
     request.setOriginatingObject(this); // tells it from the document
     reply = manager->get(request);
     connect(reply, &QNetworkReply::downloadProgress, this, &UpdateInformation::replyDownloadProgress);
+    whenFailedAndGoingOn(reply, [this](QNetworkReply *failed) { replyFinishedFileDownload(failed); });
     Q_EMIT startedDownloadFile();
 }
 
@@ -283,13 +306,10 @@ bool UpdateInformation::makeFolder()
 
 bool UpdateInformation::savePackage(QNetworkReply &package)
 {
-    const qint64 size = package.bytesAvailable();
-    const packagefile::Outcome outcome = packagefile::save(package, packagePath());
-    if (outcome == packagefile::Outcome::NotOpened) {
+    const packagefile::Outcome outcome = packagefile::save(
+        package, packagePath(), [&package] { log() << "UpdateInformation: read size" << package.bytesAvailable(); });
+    if (outcome == packagefile::Outcome::NotOpened)
         log() << "UpdateInformation: file open error";
-        return false;
-    }
-    log() << "UpdateInformation: read size" << size;
     if (outcome == packagefile::Outcome::NotWritten)
         log() << "UpdateInformation: file write error";
     return outcome == packagefile::Outcome::Saved;

@@ -5,6 +5,7 @@
 #include <QString>
 
 #include <atomic>
+#include <functional>
 
 class QNetworkAccessManager;
 class QNetworkReply;
@@ -107,6 +108,7 @@ public Q_SLOTS:
 private:
     friend class UpdateInformationProbe;
 
+    void whenFailedAndGoingOn(QNetworkReply *watched, const std::function<void(QNetworkReply *)> &function);
     void forgetDownload();
     void stopTimer();
     bool makeFolder();

@@ -49,7 +49,7 @@ public:
      */
     void checkFirm(QString unitName, QString firmVer);
 
-    /// Whether there was something to offer, shown or suppressed, and no question about the software is open.
+    /// Whether there was something to offer, shown or suppressed, and no question is open.
     bool updateOffered() const;
 
     /// Closes the offers and the news, and ends a download under way. Settles nothing.

@@ -36,6 +36,8 @@ const QStringList faults = {
     QStringLiteral("/files/nobody-has-this"),
     QStringLiteral("/endless"),
     QStringLiteral("/empty"),
+    QStringLiteral("/false-gzip"),
+    QStringLiteral("/false-gzip?endless=1"),
     QStringLiteral("/drip?size=100&piece=9&pause=5"),
     // Slower than the longest silence that the rounds allow, so that it ends.
     QStringLiteral("/drip?size=1000000&piece=1&pause=2000"),

@@ -129,7 +129,8 @@ private:
         const QString address = hostilepaths::document(m_server, *m_chance);
         // There is no time limit: what never comes is never over, nor what nobody lets go on.
         const bool ends = !address.contains(QStringLiteral("/silent/")) && !address.contains(QStringLiteral("/stepped"))
-            && !address.contains(QStringLiteral("/drip")) && !address.contains(QStringLiteral("silent"));
+            && !address.contains(QStringLiteral("/drip")) && !address.contains(QStringLiteral("silent"))
+            && !address.endsWith(QStringLiteral("/false-gzip"));
         m_service->fetch(address);
         rounds::count("fetches");
         if (ends && m_chance->oneIn(2))

@@ -165,6 +165,8 @@ private Q_SLOTS:
     void largestPackage();
     void moreThan2GiBIsRefusedAtOnce();
     void anEndlessPackageEnds();
+    void aPackageWithFalseGzipEnds_data();
+    void aPackageWithFalseGzipEnds();
     void aPackageOf1GiBComesWhole();
 
     void endsCleanlyAtAnyPoint_data();
@@ -869,6 +871,30 @@ void UpdateInformationDownloadTest::anEndlessPackageEnds()
     QCOMPARE(information.story(),
              beginning(address)
                  + (QStringList{tooLarge, cancelling, finished, errorFollows, cancelled, failed, aborting, cancelled}));
+    QCOMPARE(information.files(), QStringList());
+}
+
+/// Qt tells at once that it cannot unpack, and goes on for as long as the server does.
+void UpdateInformationDownloadTest::aPackageWithFalseGzipEnds_data()
+{
+    QTest::addColumn<QString>("path");
+    QTest::newRow("then silence") << "/false-gzip?as=a.exe";
+    QTest::newRow("without an end") << "/false-gzip?endless=1&as=a.exe";
+}
+
+void UpdateInformationDownloadTest::aPackageWithFalseGzipEnds()
+{
+    QFETCH(QString, path);
+    UpdateInformationProbe::setLargestPackage(5'000'000);
+    UpdateInformationProbe::setSilenceLimit(1000);
+    InformationThread information;
+    QVERIFY(fetched(information));
+    information.download(m_server.address(path));
+    QVERIFY(information.waitFor(failed));
+    information.end();
+    QCOMPARE(information.outcome(),
+             (QStringList{QStringLiteral("startedDownloadFile"), QStringLiteral("finishedDownloadFile"),
+                          QStringLiteral("errorDownloadFile")}));
     QCOMPARE(information.files(), QStringList());
 }
 

@@ -58,6 +58,8 @@ private Q_SLOTS:
     void unpacksGzip();
     void aFeedOf64MiBComesWhole();
     void aFeedWithoutAnEndFails();
+    void aFeedThatIsTooLargeFails_data();
+    void aFeedThatIsTooLargeFails();
     void failures_data();
     void failures();
     void failuresOfCertificates_data();
@@ -190,6 +192,31 @@ void UpdateInformationFetchTest::aFeedWithoutAnEndFails()
     UpdateInformationProbe::setLargestDocument(told);
     QVERIFY(ended);
     QCOMPARE(information.transcript(), failing(address, QStringLiteral("Operation canceled")));
+}
+
+void UpdateInformationFetchTest::aFeedThatIsTooLargeFails_data()
+{
+    QTest::addColumn<QString>("path");
+    QTest::newRow("of a told length") << "/body?size=2000000";
+    QTest::newRow("in chunks") << "/chunked?size=2000000";
+    QTest::newRow("until the end") << "/unsized?size=2000000";
+    // Qt tells at once that it cannot unpack, and goes on for as long as the server does.
+    QTest::newRow("no gzip, without an end") << "/false-gzip?endless=1";
+}
+
+void UpdateInformationFetchTest::aFeedThatIsTooLargeFails()
+{
+    QFETCH(QString, path);
+    const qint64 told = UpdateInformationProbe::largestDocument();
+    UpdateInformationProbe::setLargestDocument(1'000'000);
+    InformationThread information;
+    information.fetch(m_server.address(path));
+    const bool ended = information.waitFor(end);
+    UpdateInformationProbe::setLargestDocument(told);
+    QVERIFY(ended);
+    const QStringList transcript = information.transcript();
+    QCOMPARE(transcript.size(), 5);
+    QCOMPARE(transcript[2], QStringLiteral("UpdateInformation: jason dwonload error"));
 }
 
 void UpdateInformationFetchTest::failures_data()

@@ -66,6 +66,17 @@ void send_gzipped(const Request &, Connection &client)
     client.close();
 }
 
+/// Bytes that are no gzip although the header says so; then silence, or more of them without an end.
+void send_false_gzip(const Request &request, Connection &client)
+{
+    client.write(head(200, {type(json_type), "Content-Encoding: gzip"}));
+    const std::string piece(1'000'000, 'x');
+    client.write(piece);
+    while (request.number("endless", 0) != 0)
+        client.write(piece);
+    client.wait_for_end();
+}
+
 void send_sized(const Request &request, Connection &client, const std::string &text)
 {
     client.write(head(200, {type(json_type), length(text.size())}));
@@ -100,6 +111,7 @@ void add_documents(Behaviours &behaviours)
     behaviours["/document/large"] = send_large;
     behaviours["/document/bom"] = fixed("\xEF\xBB\xBF" + document(good_entry()));
     behaviours["/document/gzip"] = send_gzipped;
+    behaviours["/false-gzip"] = send_false_gzip;
     behaviours["/document/wrong-types"] = fixed(document(wrong_entry()));
     behaviours["/document/other-key"] = fixed(document(good_entry(), "Corvo9_version2"));
     behaviours["/document/not-json"] = fixed("This is no document.");
