@@ -11,9 +11,6 @@
 
 namespace {
 
-constexpr uint8_t monitorNumber = 1;
-constexpr uint8_t audioInputs = 2;
-
 // Longer than any transfer of a unit that answers at all.
 constexpr int endLimit_ms = 3000;
 constexpr int cancelInterval_ms = 100;
@@ -189,6 +186,8 @@ void QUSDevice::reset_identity()
 {
     m_version = 0;
     m_build = 0;
+    m_buildDate.clear();
+    m_buildTime.clear();
     Q_EMIT sig_recv_version(0);
     Q_EMIT sig_recv_build(0);
     Q_EMIT sig_recv_productname(QString());

@@ -8,7 +8,7 @@
 /**
  * The worker of the device unit: it owns the found unit, performs each write and read and reports it by signal.
  *
- * Its slots block in transfers and pauses (a write with its read up to about 3 s on a unit that does not respond), so
+ * Its slots block in transfers and pauses (a write with its read up to about 6 s on a unit that does not respond), so
  * they belong on a thread of their own; QUSDevice provides it. All signals are emitted on the thread that runs the
  * slot. When no unit is known, each transfer looks for one first: a unit plugged in later is found by the next one.
  * Rests on usctl.h and Qt Core.

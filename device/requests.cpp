@@ -5,8 +5,6 @@
 namespace {
 
 // The channel of the direct monitor of inputs 1-2, on which monitor mode, input volume and fader lie.
-constexpr uint8_t monitorNumber = 1;
-constexpr uint8_t audioInputs = 2;
 
 bool append(usmsg_buf_t *message, uint32_t id, uint32_t type, uint32_t value)
 {

@@ -11,6 +11,12 @@
  * Plain data: the owner decides when a message is made and what becomes of it. Zeroed, nothing is pending.
  */
 
+/// The one channel of the direct monitor.
+inline constexpr uint8_t monitorNumber = 1;
+
+/// Audio inputs are numbered from 1 to this.
+inline constexpr uint8_t audioInputs = 2;
+
 /// Questions to the unit. Each is 0, or 1 while it is pending.
 struct Queries
 {

@@ -1,12 +1,11 @@
 #include "unitcontrols.h"
 
 #include "qusdevice.h"
+#include "requests.h"
 
 #include <QDebug>
 
 namespace {
-
-constexpr uint8_t monitorNumber = 1;
 
 const char *logged(bool on)
 {

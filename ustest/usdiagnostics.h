@@ -1,7 +1,7 @@
 #pragma once
 
 /**
- * The diagnostic lines of the device link, on standard output.
+ * The diagnostic lines of the device link, on standard output. Internal to the device link.
  *
  * Where a wide text is printed, it comes out as ordinary text: a C stream takes only one width, and on some systems
  * every wide output would fail after the first narrow one. The order of lines is the order of calls.

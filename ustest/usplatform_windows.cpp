@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <iterator>
-#include <utility>
 
 // Windows: SetupAPI finds the devices, kernel32 talks to them.
 
@@ -127,30 +126,24 @@ int detail(intptr_t set, uint32_t device, const usplatform_class_t *interface_cl
     return read != FALSE ? 1 : 0;
 }
 
-intptr_t open(const char16_t *path)
-{
-    const HANDLE handle = CreateFileW(reinterpret_cast<const WCHAR *>(path), GENERIC_READ | GENERIC_WRITE,
-                                      FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING, 0, nullptr);
-    return reinterpret_cast<intptr_t>(handle);
-}
-
-/// Makes the thread that waits in an I/O control known to cancel(), for as long as this object lives.
+/// Makes the thread that waits for a driver known to cancel(), for as long as this object lives. Of several at the same
+/// time, which only programs with threads of their own have, it is the first.
 class CancellableThread
 {
 public:
     CancellableThread()
     {
         const HANDLE process = GetCurrentProcess();
-        HANDLE thread = nullptr;
-        DuplicateHandle(process, GetCurrentThread(), process, &thread, 0, FALSE, DUPLICATE_SAME_ACCESS);
-        exchange(thread);
+        DuplicateHandle(process, GetCurrentThread(), process, &m_thread, 0, FALSE, DUPLICATE_SAME_ACCESS);
+        replace(nullptr, m_thread);
     }
 
     ~CancellableThread()
     {
         const DWORD error = GetLastError();
-        CloseHandle(exchange(nullptr));
-        // The caller of control() still wants to know it.
+        replace(m_thread, nullptr);
+        CloseHandle(m_thread);
+        // Whoever waited still wants to know it.
         SetLastError(error);
     }
 
@@ -166,17 +159,26 @@ public:
     }
 
 private:
-    static HANDLE exchange(HANDLE thread)
+    static void replace(HANDLE expected, HANDLE thread)
     {
         AcquireSRWLockExclusive(&lock);
-        std::swap(waiting, thread);
+        if (waiting == expected)
+            waiting = thread;
         ReleaseSRWLockExclusive(&lock);
-        return thread;
     }
 
+    HANDLE m_thread = nullptr;
     static inline constinit SRWLOCK lock = SRWLOCK_INIT;
     static inline constinit HANDLE waiting = nullptr;
 };
+
+intptr_t open(const char16_t *path)
+{
+    const CancellableThread cancellable;
+    const HANDLE handle = CreateFileW(reinterpret_cast<const WCHAR *>(path), GENERIC_READ | GENERIC_WRITE,
+                                      FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING, 0, nullptr);
+    return reinterpret_cast<intptr_t>(handle);
+}
 
 int control(intptr_t handle, uint32_t code, const void *in, uint32_t in_length, void *out, uint32_t out_length,
             uint32_t *returned)

@@ -59,7 +59,10 @@ int control(intptr_t handle, uint32_t code, const void *in, uint32_t in_length, 
     const uint32_t error = succeeded != 0 ? 0 : usplatform_unwatched()->last_error();
     refused_with = error;
     usdev_request_t header;
+    if (in_length < sizeof(header))
+        return succeeded;
     std::memcpy(&header, in, sizeof(header));
+    header.length = std::min(header.length, in_length - static_cast<uint32_t>(sizeof(header)));
     if (header.request == USDEV_REQ_WRITE)
         report(uswatch_transfer_t::WRITE, static_cast<const uint8_t *>(in) + sizeof(header), header.length, error);
     else

@@ -1,5 +1,7 @@
 #include "monitorunit.h"
 
+#include "requests.h"
+
 #include <QStringList>
 
 #include <algorithm>
@@ -11,8 +13,6 @@ namespace {
 constexpr int question_interval_ms = 500;
 
 constexpr int highest_level = 255;
-constexpr uint8_t monitor_number = 1;
-constexpr uint8_t audio_inputs = 2;
 
 // More than any terminal has rows for.
 constexpr size_t kept_debug_lines = 500;
@@ -34,12 +34,12 @@ std::string clean(QString text)
 
 bool is_direct_monitor(usmsg_data_ch_t channel, uint8_t number)
 {
-    return channel == USMSG_DATA_CH_DIRECTMONITOR_OUT && number == monitor_number;
+    return channel == USMSG_DATA_CH_DIRECTMONITOR_OUT && number == monitorNumber;
 }
 
 bool is_audio_input(usmsg_data_ch_t channel, uint8_t number)
 {
-    return channel == USMSG_DATA_CH_ANALOG_IN && number >= 1 && number <= audio_inputs;
+    return channel == USMSG_DATA_CH_ANALOG_IN && number >= 1 && number <= audioInputs;
 }
 
 } // namespace
