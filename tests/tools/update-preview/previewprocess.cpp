@@ -75,6 +75,8 @@ void PreviewProcess::start(const QStringList &arguments)
 {
     m_process.start(qEnvironmentVariable("UPDATE_PREVIEW"), arguments);
     m_process.closeWriteChannel();
+    // Before that it has no number to know its windows by.
+    m_process.waitForStarted();
 }
 
 bool PreviewProcess::awaitError(const QString &text)
