@@ -3,6 +3,7 @@
 #include "mainwindow.h"
 #include "qtsingleapplication.h"
 
+#include "identitycheck.h"
 #include "realinput.h"
 #include "storedsettings.h"
 
@@ -97,8 +98,7 @@ private Q_SLOTS:
                      auto *const application = qobject_cast<QtSingleApplication *>(qApp);
                      QVERIFY(application != nullptr);
                      QCOMPARE(application->activationWindow(), &window);
-                     QVERIFY(!QGuiApplication::windowIcon().isNull());
-                     QCOMPARE(QGuiApplication::desktopFileName(), QStringLiteral("example.velmar.KDMXSeries"));
+                     QVERIFY(hasDesktopIdentity());
                  }),
                  42);
         QVERIFY(seen);
