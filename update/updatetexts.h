@@ -7,7 +7,7 @@
 
 /**
  * @file
- * Every text that the update service shows, in seven languages. The panel's translation file is not used for them, so
+ * Every text that the update service shows, in all its languages. The panel's translation file is not used for them, so
  * that a release can be announced in a language in which the panel itself does not speak.
  *
  * Rests on QString and QLocale (Qt Core).
@@ -41,5 +41,5 @@ constexpr int updateTextRowCount = 7;
 /// The table: English, French, Spanish, German, Italian, Japanese, Chinese. Built during static initialisation.
 extern const std::array<UpdateTextRow, updateTextRowCount> updateTexts;
 
-/// The row of a language, 0 to 6; that of English for any language that has none.
+/// The row of a language; that of English for any language that has none.
 int updateTextRow(QLocale::Language language);
