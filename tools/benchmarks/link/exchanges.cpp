@@ -55,6 +55,7 @@ void update_firmware(benchmark::State &state)
     usdev_t device = readyunit::device();
     usdev_t *unit = &device;
     const auto size = static_cast<uint32_t>(state.range(0)) * kib;
+    const uint32_t blocks = (size + block_size - 1) / block_size;
     const std::vector<uint8_t> image(size, 0x5A);
     const uint64_t allocations_before = allocations();
     const uint64_t transfers_before = readyunit::transfers();
@@ -63,7 +64,7 @@ void update_firmware(benchmark::State &state)
             state.SkipWithError("the transfer failed");
     }
     report(state, allocations_before, transfers_before);
-    state.counters["blocks"] = (size + block_size - 1) / block_size;
+    state.counters["blocks"] = static_cast<double>(blocks);
 }
 
 BENCHMARK(write_and_read)->Name("transfers/write and read");
