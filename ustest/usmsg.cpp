@@ -1,7 +1,7 @@
 #include "usmsg.h"
 
+#include <algorithm>
 #include <cstdio>
-#include <cstring>
 
 namespace {
 
@@ -144,7 +144,8 @@ int usmsg_put(usmsg_buf_t *buf, uint32_t id, uint32_t type, uint64_t value, uint
     if (type != USMSG_DATA_TYPE_BYTES)
         store_little_endian(field.data, value, field.length);
     else if (length != 0)
-        std::memcpy(field.data, reinterpret_cast<const void *>(static_cast<uintptr_t>(value)), length);
+        // No memcpy(): of so few bytes GCC makes a string instruction, which takes longer to begin than they do.
+        std::copy_n(reinterpret_cast<const uint8_t *>(static_cast<uintptr_t>(value)), length, field.data);
     return 0;
 }
 
