@@ -50,8 +50,7 @@ QString backslashed(const QString &path)
     return QString(path).replace(u'/', u'\\');
 }
 
-/// Whether there is something to abort. Qt aborts none that has failed, although one whose compression is broken goes
-/// on for as long as the server likes.
+/// Whether there is something to abort: Qt complains about a reply that has failed and not said so yet.
 bool isUnderWay(const QNetworkReply &reply)
 {
     return reply.isRunning() && reply.error() == QNetworkReply::NoError;

@@ -78,8 +78,7 @@ int usdev_list_next(usdev_list_t *list, usdev_t **dev_out);
  * Scans the device interfaces for those of a driver. The last one that matches wins.
  *
  * @param svc_name       service name of the driver, compared exactly; null matches nothing
- * @param path_out       receives the interface path, cut to its capacity and zero-terminated; null: nothing is ever
- * found
+ * @param path_out       receives the interface path, cut to its capacity and zero-terminated; null matches nothing
  * @param path_capacity  of path_out in units, the terminating zero included
  * @param status_out     receives 0, or 1 when the path had to be cut; may be null
  * @return 1 when found, 0 otherwise
