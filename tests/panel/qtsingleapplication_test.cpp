@@ -4,6 +4,7 @@
 #include "openfiles.h"
 #include "probeprocess.h"
 #include "qtsingleapplication.h"
+#include "sanitizers.h"
 #include "singleinstanceid.h"
 
 #include <QDir>
@@ -24,11 +25,7 @@
 
 namespace {
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool slow = true;
-#else
-constexpr bool slow = false;
-#endif
+constexpr bool slow = underAddressSanitizer || underThreadSanitizer;
 
 // No test waits that long when it passes.
 constexpr int patience = 40000;

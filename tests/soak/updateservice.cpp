@@ -6,6 +6,7 @@
 #include "informationthread.h"
 #include "openfiles.h"
 #include "rounds.h"
+#include "sanitizers.h"
 #include "scripthost.h"
 #include "updateinformationprobe.h"
 #include "updateserver.h"
@@ -41,13 +42,6 @@ const QString installer = QStringLiteral("setup.exe");
 const QString notes = QStringLiteral("readme.txt");
 const QString package = QStringLiteral("temp.exe");
 const QString diskImage = QStringLiteral("temp.dmg");
-
-/// ThreadSanitizer no longer sees the locks of a thread that has started a process.
-#ifdef __SANITIZE_THREAD__
-constexpr bool unpacks = false;
-#else
-constexpr bool unpacks = true;
-#endif
 
 /// A package that was asked for.
 struct Asked
@@ -158,7 +152,7 @@ private:
     {
         if (!m_asked.isEmpty() && !isOver())
             rounds::count("downloads that took the place of another");
-        const bool isExe = !unpacks || !m_chance->oneIn(3);
+        const bool isExe = underThreadSanitizer || !m_chance->oneIn(3);
         if (isExe) {
             const hostilepaths::Package chosen = hostilepaths::package(
                 m_server, *m_chance, m_chance->oneIn(4) ? QStringLiteral("EXE") : QStringLiteral("exe"));

@@ -1,5 +1,6 @@
 #include "environment.h"
 #include "informationthread.h"
+#include "sanitizers.h"
 #include "scripthost.h"
 #include "systemnetwork.h"
 #include "updateinformationprobe.h"
@@ -90,13 +91,6 @@ bool unpacks(UpdateInformation &information)
 {
     return UpdateInformationProbe::process(information).state() == QProcess::Running;
 }
-
-/// ThreadSanitizer no longer sees the locks of a thread that has started a process.
-#ifdef __SANITIZE_THREAD__
-constexpr bool processesBlind = true;
-#else
-constexpr bool processesBlind = false;
-#endif
 
 /// The percentages of a transcript.
 QList<int> percentages(const QStringList &transcript)
@@ -400,7 +394,7 @@ void UpdateInformationDownloadTest::followsFromHttpToHttps()
 
 void UpdateInformationDownloadTest::withoutAScriptHostAnArchiveIsAnError()
 {
-    if (processesBlind)
+    if (underThreadSanitizer)
         QSKIP("the object's thread starts a process");
     ScriptHost host;
     host.useNone();
@@ -677,7 +671,7 @@ void UpdateInformationDownloadTest::cancelLosesAgainstATimeout()
 /// The window with the button is gone by then; a cancel that was on its way changes nothing.
 void UpdateInformationDownloadTest::cancelWhileUnpacking()
 {
-    if (processesBlind)
+    if (underThreadSanitizer)
         QSKIP("the object's thread starts a process");
     ScriptHost host;
     host.useStandIn("hang");
@@ -741,7 +735,7 @@ void UpdateInformationDownloadTest::aSecondDownloadTakesThePlaceOfTheFirst()
 
 void UpdateInformationDownloadTest::aSecondDownloadWhileTheFirstUnpacks()
 {
-    if (processesBlind)
+    if (underThreadSanitizer)
         QSKIP("the object's thread starts a process");
     ScriptHost host;
     host.useStandIn("hang");
@@ -946,7 +940,7 @@ void UpdateInformationDownloadTest::endsCleanlyAtAnyPoint()
 
 void UpdateInformationDownloadTest::endsCleanlyWhileUnpacking()
 {
-    if (processesBlind)
+    if (underThreadSanitizer)
         QSKIP("the object's thread starts a process");
     ScriptHost host;
     host.useStandIn("hang");
