@@ -60,7 +60,11 @@ int PanelProcess::waitForExit(int timeoutMs)
 {
     if (!QTest::qWaitFor([&] { return m_process.state() == QProcess::NotRunning; }, timeoutMs))
         return -1;
-    return m_process.exitStatus() == QProcess::NormalExit ? m_process.exitCode() : -2;
+    const int code = m_process.exitStatus() == QProcess::NormalExit ? m_process.exitCode() : -2;
+    // A sanitizer's report and a crash's last words would else be lost with the process.
+    if (code != 0)
+        qInfo("The panel ended with %d and had printed:\n%s", code, qPrintable(errorOutput()));
+    return code;
 }
 
 int PanelProcess::close()
