@@ -67,7 +67,9 @@ struct field_t
 int reserve_bytes(uint8_t *element, uint8_t room, uint8_t length, field_t *field)
 {
     constexpr uint8_t head = header_size + 1;
-    if (room < head || length > room - head)
+    if (room < head)
+        return fail();
+    if (length > room - head)
         return fail();
     field->length = length == 0 ? static_cast<uint8_t>(room - head) : length;
     field->data = element + head;
@@ -84,7 +86,9 @@ int reserve_field(uint8_t *element, uint8_t room, uint32_t id, uint32_t type, ui
         return 0;
     if (type == USMSG_DATA_TYPE_BYTES)
         return reserve_bytes(element, room, length, field);
-    if (type > USMSG_DATA_TYPE_BYTES || room < header_size + number_size(type))
+    if (type > USMSG_DATA_TYPE_BYTES)
+        return fail();
+    if (room < header_size + number_size(type))
         return fail();
     *field = {element + header_size, number_size(type)};
     return 0;
