@@ -546,8 +546,8 @@ void UpdateInformationDownloadTest::progressStartsTheTimerAfresh()
 /// It takes longer than the limit, but something comes all the time.
 void UpdateInformationDownloadTest::aSlowDownloadIsNoSilence()
 {
-    UpdateInformationProbe::setSilenceLimit(2000);
-    const QString address = m_server.address(QStringLiteral("/drip?size=30&piece=1&pause=100&as=a.exe"));
+    UpdateInformationProbe::setSilenceLimit(6000);
+    const QString address = m_server.address(QStringLiteral("/drip?size=30&piece=1&pause=250&as=a.exe"));
     InformationThread information;
     QVERIFY(fetched(information));
     information.download(address);

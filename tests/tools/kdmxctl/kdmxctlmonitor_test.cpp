@@ -372,7 +372,7 @@ void KdmxctlMonitorTest::theTerminalIsGivenBackAfterAFailure()
 
 void KdmxctlMonitorTest::endsAfterTheTimeout()
 {
-    TerminalProcess process(words("--virtual monitor --timeout 0.5"), usual_columns);
+    TerminalProcess process(words("--virtual monitor --timeout 3"), usual_columns);
     QCOMPARE(process.finish(), int{Done});
     QVERIFY(process.shown().contains("KD-MX"));
     QVERIFY(process.shown().endsWith(view_ends));

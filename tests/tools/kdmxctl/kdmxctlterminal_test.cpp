@@ -106,10 +106,10 @@ void KdmxctlTerminalTest::controlCAtTheQuestionSendsNothing()
 
 void KdmxctlTerminalTest::waitingForTheAnswerDoesNotCountAsTime()
 {
-    TerminalProcess process(transfer("--virtual --timeout 2"), usual_columns);
+    TerminalProcess process(transfer("--virtual --timeout 5"), usual_columns);
     QVERIFY(process.await_text(question));
     // Longer than the command may take by itself.
-    QTest::qSleep(2100);
+    QTest::qSleep(5100);
     process.type("y\n");
     QCOMPARE(process.finish(), int{Done});
 }
