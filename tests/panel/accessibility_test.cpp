@@ -39,8 +39,11 @@ QStringList tabChain()
 {
     QStringList names;
     do {
-        names += QApplication::focusWidget()->objectName();
+        const QWidget *const before = QApplication::focusWidget();
+        names += before->objectName();
         realinput::key(QStringLiteral("Tab"));
+        if (!QTest::qWaitFor([&] { return QApplication::focusWidget() != before; }))
+            break;
     } while (!names.contains(QApplication::focusWidget()->objectName()) && names.size() < 20);
     return names;
 }

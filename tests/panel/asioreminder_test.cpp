@@ -133,7 +133,9 @@ private Q_SLOTS:
         QFETCH(QString, key);
         const NextDialog reminder([&](QDialog &dialog) {
             auto &box = static_cast<QMessageBox &>(dialog);
-            realinput::click(box.findChild<QCheckBox *>(), QPoint(8, 8));
+            auto *const checkBox = box.findChild<QCheckBox *>();
+            realinput::click(checkBox, QPoint(8, 8));
+            QTRY_VERIFY(checkBox->isChecked());
             realinput::key(key);
         });
         const MainWindow window;

@@ -16,6 +16,7 @@
 #include <QMessageBox>
 #include <QPushButton>
 #include <QRegularExpression>
+#include <QSignalSpy>
 #include <QTest>
 #include <QTextBrowser>
 #include <QTimer>
@@ -202,7 +203,10 @@ private Q_SLOTS:
         window.show();
         QVERIFY(QTest::qWaitForWindowActive(&window));
         QVERIFY(aboutText(window).contains(QStringLiteral("Ver 1.10\n")));
-        realinput::click(window.findChild<QPushButton *>(QStringLiteral("buildBtn")));
+        auto *const button = window.findChild<QPushButton *>(QStringLiteral("buildBtn"));
+        const QSignalSpy clicked(button, &QPushButton::clicked);
+        realinput::click(button);
+        QTRY_COMPARE(clicked.count(), 1);
         QVERIFY(aboutText(window).contains(QStringLiteral("Ver 1.10 0006\n")));
         QVERIFY(aboutText(window).contains(QStringLiteral("Ver 1.10 0006\n")));
     }

@@ -231,6 +231,7 @@ private Q_SLOTS:
         show(window);
         auto *const tabs = child<QTabWidget>(window, "tabWidget")->tabBar();
         realinput::click(tabs, tabs->tabRect(1).center());
+        QTRY_COMPARE(tabs->currentIndex(), 1);
         const DebugLines lines;
         realinput::click(window.findChild<QWidget *>(control));
         QTRY_COMPARE(stored::driverValue(type), written);

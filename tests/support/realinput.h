@@ -3,6 +3,8 @@
 #include <QPoint>
 #include <QString>
 
+#include <functional>
+
 class QWidget;
 
 /**
@@ -24,5 +26,14 @@ void click(QPoint screenPixel);
 
 /// Presses and releases one key, by its X name ("Tab", "Down", "Return", "Escape", "ctrl+Tab", "alt+F4").
 void key(const QString &name);
+
+/**
+ * Presses Tab until the focus is where it is wanted. Each press is waited for: one too many would leave the place
+ * again.
+ *
+ * @param isThere  whether it is there; links within a text are places that Tab stops at, too
+ * @return false when a press leads to nothing, or the way does not lead there
+ */
+bool tabUntil(const std::function<bool()> &isThere);
 
 } // namespace realinput

@@ -2,6 +2,7 @@
 
 #include "realinput.h"
 
+#include <QEvent>
 #include <QImage>
 #include <QLabel>
 #include <QProgressBar>
@@ -16,6 +17,21 @@
 namespace {
 
 using downloadwindow::Parts;
+
+/// Counts the clicks that arrive at a widget, whether it takes them or not.
+class Releases : public QObject
+{
+public:
+    int count = 0;
+
+protected:
+    bool eventFilter(QObject *, QEvent *event) override
+    {
+        if (event->type() == QEvent::MouseButtonRelease)
+            ++count;
+        return false;
+    }
+};
 
 /// Texts that say which they are.
 UpdateTextRow numberedTexts()
@@ -132,9 +148,13 @@ private Q_SLOTS:
         const Parts parts = downloadwindow::createProgress(numberedTexts());
         const std::unique_ptr<QWidget> window(parts.window);
         const QSignalSpy clicked(parts.button, &QPushButton::clicked);
+        Releases releases;
+        parts.button->installEventFilter(&releases);
         window->show();
         QVERIFY(QTest::qWaitForWindowActive(window.get()));
         realinput::click(parts.button);
+        // Not before the click has arrived: it would count for the enabled button.
+        QTRY_COMPARE(releases.count, 1);
         parts.button->setEnabled(true);
         realinput::click(parts.button);
         QTRY_COMPARE(clicked.count(), 1);

@@ -425,8 +425,7 @@ private Q_SLOTS:
         realinput::click(field.viewport(), place);
         QTRY_COMPARE(browser.opened, QStringList{address});
 
-        for (int count = 0; count < 6 && !(field.hasFocus() && field.textCursor().hasSelection()); ++count)
-            realinput::key(QStringLiteral("Tab"));
+        QVERIFY(realinput::tabUntil([&] { return field.hasFocus() && field.textCursor().hasSelection(); }));
         realinput::key(QStringLiteral("Return"));
         QTRY_COMPARE(browser.opened, (QStringList{address, address}));
         QCOMPARE(field.toPlainText().trimmed(), QStringLiteral("Neu: KD-MX4"));
@@ -502,8 +501,7 @@ private Q_SLOTS:
             realinput::click(label, QPoint(20, label->height() - 8));
             QTRY_COMPARE(browser.opened, QStringList{address});
 
-            for (int count = 0; count < 4 && !(label->hasFocus() && label->hasSelectedText()); ++count)
-                realinput::key(QStringLiteral("Tab"));
+            QVERIFY(realinput::tabUntil([label] { return label->hasFocus() && label->hasSelectedText(); }));
             realinput::key(QStringLiteral("Return"));
             QTRY_COMPARE(browser.opened, (QStringList{address, address}));
             QVERIFY(box.isVisible());

@@ -39,10 +39,7 @@ QPoint placeOf(const QTextBrowser *field, const QString &text)
 
 void tabToFirstLink(const QTextBrowser *field)
 {
-    for (int count = 0; count < 6 && !(field->hasFocus() && field->textCursor().hasSelection()); ++count)
-        realinput::key(QStringLiteral("Tab"));
-    QVERIFY(field->hasFocus());
-    QTRY_VERIFY(field->textCursor().hasSelection());
+    QVERIFY(realinput::tabUntil([field] { return field->hasFocus() && field->textCursor().hasSelection(); }));
 }
 
 /// The picture as it looks on a window's background.
@@ -379,6 +376,7 @@ private Q_SLOTS:
         saveScreenshot(&box, QStringLiteral("informationbox-long"));
 
         realinput::click(field->viewport());
+        QTRY_VERIFY(field->hasFocus());
         realinput::key(QStringLiteral("ctrl+a"));
         QTRY_COMPARE(field->textCursor().selectedText().count(QStringLiteral("Line ")), 40);
     }
