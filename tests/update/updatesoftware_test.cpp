@@ -8,9 +8,12 @@
 #include "updatetexts.h"
 
 #include <QCheckBox>
+#include <QDir>
+#include <QFileInfo>
 #include <QJsonArray>
 #include <QLocale>
 #include <QPushButton>
+#include <QSaveFile>
 #include <QScrollBar>
 #include <QSignalSpy>
 #include <QTest>
@@ -34,10 +37,15 @@ QString storedValue(const QString &key)
     return stored::value(stored::panelFile(), QStringLiteral("Update"), key);
 }
 
-/// Settings with an address for the document, and further lines of the group.
+/// Settings with an address for the document, and further lines of the group. Stored at one stroke: the service's
+/// thread may be reading them.
 void storeUpdate(const QByteArray &lines = {}, const QString &url = refusedUrl)
 {
-    stored::write(stored::panelFile(), "[Update]\nJsonUrl=" + url.toUtf8() + '\n' + lines);
+    QVERIFY(QDir().mkpath(QFileInfo(stored::panelFile()).absolutePath()));
+    QSaveFile file(stored::panelFile());
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write("[Update]\nJsonUrl=" + url.toUtf8() + '\n' + lines);
+    QVERIFY(file.commit());
 }
 
 QString documentOf(const QJsonObject &entry)
