@@ -29,6 +29,10 @@ constexpr qint64 twoGiB = 2'147'483'648;
 constexpr qint64 oneHundredMiB = 104'857'600;
 constexpr int killPatienceMs = 1000;
 
+// Qt counts what it has taken by the piece, of as much as the system's buffer holds: with less room than a piece for
+// the end of a body that is allowed, it would take no more and say nothing.
+constexpr qint64 limitMargin = 16'777'216;
+
 const QString scriptName = QStringLiteral("unzip.js");
 
 // How long a mounted disk image may take to appear.
@@ -54,6 +58,16 @@ QString backslashed(const QString &path)
 bool isUnderWay(const QNetworkReply &reply)
 {
     return reply.isRunning() && reply.error() == QNetworkReply::NoError;
+}
+
+/// Lets Qt take little more than a body may hold. A server that sends faster than Qt reads would fill the memory
+/// otherwise: Qt tells of nothing and ends nothing before it has read all there is.
+void limitBody(QNetworkReply &reply, qint64 largest)
+{
+    const auto limit = [&reply, largest] { reply.setReadBufferSize(largest + limitMargin); };
+    limit();
+    // Where it follows a redirection Qt begins anew, without the limit, in the event behind this signal.
+    QObject::connect(&reply, &QNetworkReply::redirected, &reply, limit, Qt::QueuedConnection);
 }
 
 QString documentAddress()
@@ -100,11 +114,16 @@ void UpdateInformation::downloadInformation()
     log() << "UpdateInformation:" << address;
     connect(manager, &QNetworkAccessManager::finished, this, &UpdateInformation::replyFinishedInfo);
     QNetworkReply *const document = manager->get(QNetworkRequest(QUrl(address)));
-    // There is no time limit, so one without an end would fill the memory. Aborted, it ends as one that failed.
-    connect(document, &QNetworkReply::downloadProgress, this, [document](qint64 received, qint64 total) {
-        if (std::max(received, total) > largestDocument && isUnderWay(*document))
+    limitBody(*document, largestDocument);
+    // There is no time limit, so one without an end would be waited for for ever. Aborted, it ends as one that failed.
+    const auto refuse = [document](qint64 size) {
+        if (size > largestDocument && isUnderWay(*document))
             document->abort();
-    });
+    };
+    connect(document, &QNetworkReply::downloadProgress, this,
+            [refuse](qint64 received, qint64 total) { refuse(std::max(received, total)); });
+    // Qt leaves out progress that comes soon after other; behind the limit no more comes.
+    connect(document, &QNetworkReply::readyRead, this, [document, refuse] { refuse(document->bytesAvailable()); });
     whenFailedAndGoingOn(document, [this](QNetworkReply *failed) {
         replyFinishedInfo(failed);
         failed->deleteLater();
@@ -174,7 +193,11 @@ void UpdateInformation::downloadFile(const QString &url)
     QNetworkRequest request{QUrl(url)};
     request.setOriginatingObject(this); // tells it from the document
     reply = manager->get(request);
+    limitBody(*reply, largestPackage);
     connect(reply, &QNetworkReply::downloadProgress, this, &UpdateInformation::replyDownloadProgress);
+    // Qt leaves out progress that comes soon after other; behind the limit no more comes.
+    connect(reply, &QNetworkReply::readyRead, this,
+            [this, package = reply] { refuseLarger(package->bytesAvailable()); });
     whenFailedAndGoingOn(reply, [this](QNetworkReply *failed) { replyFinishedFileDownload(failed); });
     Q_EMIT startedDownloadFile();
 }
@@ -190,12 +213,17 @@ void UpdateInformation::replyDownloadProgress(qint64 received, qint64 total)
     Q_EMIT progressValueChanged(percent);
     if (timer != nullptr)
         timer->start(silenceLimitMs);
-    // Aborting tells of progress once more.
-    if (!tooLarge && std::max(received, total) > largestPackage) {
-        log() << "UpdateInformation: package too large";
-        tooLarge = true;
-        cancelDownload();
-    }
+    refuseLarger(std::max(received, total));
+}
+
+/// Ends the download of a package that is too large, once: aborting tells of progress again.
+void UpdateInformation::refuseLarger(qint64 size)
+{
+    if (tooLarge || size <= largestPackage)
+        return;
+    log() << "UpdateInformation: package too large";
+    tooLarge = true;
+    cancelDownload();
 }
 
 void UpdateInformation::timeoutDownload()

@@ -109,6 +109,7 @@ private:
     friend class UpdateInformationProbe;
 
     void whenFailedAndGoingOn(QNetworkReply *watched, const std::function<void(QNetworkReply *)> &function);
+    void refuseLarger(qint64 size);
     void forgetDownload();
     void stopTimer();
     bool makeFolder();

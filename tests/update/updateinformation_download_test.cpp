@@ -158,6 +158,7 @@ private Q_SLOTS:
     void largestPackage_data();
     void largestPackage();
     void moreThan2GiBIsRefusedAtOnce();
+    void anEndlessPackageEnds_data();
     void anEndlessPackageEnds();
     void aPackageWithFalseGzipEnds_data();
     void aPackageWithFalseGzipEnds();
@@ -853,10 +854,18 @@ void UpdateInformationDownloadTest::moreThan2GiBIsRefusedAtOnce()
     QCOMPARE(information.files(), QStringList());
 }
 
+void UpdateInformationDownloadTest::anEndlessPackageEnds_data()
+{
+    QTest::addColumn<QString>("path");
+    QTest::newRow("from the server") << "/endless?as=a.exe";
+    QTest::newRow("redirected") << "/redirect?to=/endless&as=a.exe";
+}
+
 void UpdateInformationDownloadTest::anEndlessPackageEnds()
 {
+    QFETCH(QString, path);
     UpdateInformationProbe::setLargestPackage(5'000'000);
-    const QString address = m_server.address(QStringLiteral("/endless?as=a.exe"));
+    const QString address = m_server.address(path);
     InformationThread information;
     QVERIFY(fetched(information));
     information.download(address);

@@ -8,6 +8,7 @@
 #include "updatetexts.h"
 
 #include <QCheckBox>
+#include <QDeadlineTimer>
 #include <QDir>
 #include <QFileInfo>
 #include <QJsonArray>
@@ -37,15 +38,23 @@ QString storedValue(const QString &key)
     return stored::value(stored::panelFile(), QStringLiteral("Update"), key);
 }
 
-/// Settings with an address for the document, and further lines of the group. Stored at one stroke: the service's
-/// thread may be reading them.
+/// Replaces a file, at one stroke.
+bool replaceFile(const QString &fileName, const QByteArray &content)
+{
+    QSaveFile file(fileName);
+    return file.open(QIODevice::WriteOnly) && file.write(content) == content.size() && file.commit();
+}
+
+/// Settings with an address for the document, and further lines of the group. The service's thread may be reading them:
+/// it must not see half of them, and Windows replaces no file that is being read.
 void storeUpdate(const QByteArray &lines = {}, const QString &url = refusedUrl)
 {
     QVERIFY(QDir().mkpath(QFileInfo(stored::panelFile()).absolutePath()));
-    QSaveFile file(stored::panelFile());
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write("[Update]\nJsonUrl=" + url.toUtf8() + '\n' + lines);
-    QVERIFY(file.commit());
+    const QDeadlineTimer patience(5000);
+    while (!replaceFile(stored::panelFile(), "[Update]\nJsonUrl=" + url.toUtf8() + '\n' + lines)) {
+        QVERIFY(!patience.hasExpired());
+        QThread::msleep(1);
+    }
 }
 
 QString documentOf(const QJsonObject &entry)
