@@ -29,8 +29,8 @@ constexpr qint64 twoGiB = 2'147'483'648;
 constexpr qint64 oneHundredMiB = 104'857'600;
 constexpr int killPatienceMs = 1000;
 
-// Qt counts what it has taken by the piece, of as much as the system's buffer holds: with less room than a piece for
-// the end of a body that is allowed, it would take no more and say nothing.
+// Qt wants more room left than the piece before had, or it takes no more and says nothing: without that much to spare
+// the end of a body that is just allowed would not come.
 constexpr qint64 limitMargin = 16'777'216;
 
 const QString scriptName = QStringLiteral("unzip.js");
@@ -60,11 +60,15 @@ bool isUnderWay(const QNetworkReply &reply)
     return reply.isRunning() && reply.error() == QNetworkReply::NoError;
 }
 
-/// Lets Qt take little more than a body may hold. A server that sends faster than Qt reads would fill the memory
-/// otherwise: Qt tells of nothing and ends nothing before it has read all there is.
+/// Lets Qt take little more than a body may hold, as far as it heeds that: not within a chunk. A server that sends
+/// faster than Qt reads would fill the memory otherwise: Qt tells of nothing and ends nothing before it has read all
+/// there is. What is encrypted it takes in small pieces anyhow, and HTTP/2 would pile up what the limit holds back.
 void limitBody(QNetworkReply &reply, qint64 largest)
 {
-    const auto limit = [&reply, largest] { reply.setReadBufferSize(largest + limitMargin); };
+    const auto limit = [&reply, largest] {
+        if (reply.url().scheme() == QStringLiteral("http"))
+            reply.setReadBufferSize(largest + limitMargin);
+    };
     limit();
     // Where it follows a redirection Qt begins anew, without the limit, in the event behind this signal.
     QObject::connect(&reply, &QNetworkReply::redirected, &reply, limit, Qt::QueuedConnection);
@@ -282,6 +286,8 @@ void UpdateInformation::replyFinishedFileDownload(QNetworkReply *finished)
     if (finished == nullptr || finished != reply)
         return;
     reply = nullptr;
+    // After an abort Qt tells of progress once more, which is none of the next download's.
+    finished->disconnect(this);
     finished->deleteLater();
     Q_EMIT finishedDownloadFile();
     stopTimer();
