@@ -7,7 +7,8 @@ kdmx_add_test(panel.instancelock.windows SOURCES instancelock_windows_test.cpp)
 set(installed "${CMAKE_CURRENT_BINARY_DIR}/録音 プログラム/KD-MX Series")
 add_test(NAME panel.startup.windows.install
     COMMAND ${CMAKE_COMMAND} --install ${PROJECT_BINARY_DIR} --prefix ${installed})
-set_tests_properties(panel.startup.windows.install PROPERTIES FIXTURES_SETUP panel_installed)
+set_tests_properties(panel.startup.windows.install PROPERTIES
+    FIXTURES_SETUP panel_installed RESOURCE_LOCK build)
 
 # Once more for a user whose name has such letters: the user is that of whom Windows was made for.
 kdmx_add_test(panel.startup.windows SOURCES startup_windows_test.cpp DISPLAY TIMEOUT 300

@@ -161,10 +161,9 @@ void UpdatePackageDiskTest::noTemporaryFolder()
     const QString outside = m_scene->folder(QStringLiteral("outside"));
     stored::write(outside + QStringLiteral("/plain"), {});
     m_scene->useTemporaryFolder(outside + u'/' + name);
-    const QStringList topLevel = namesIn(QStringLiteral("/"));
     QVERIFY(failToBring(m_scene->package(zipPath, zipFile({{QStringLiteral("setup.exe"), "the installer"}}))));
     QCOMPARE(namesIn(outside), QStringList{QStringLiteral("plain")});
-    QCOMPARE(namesIn(QStringLiteral("/")), topLevel);
+    QCOMPARE(namesIn(QStringLiteral("/")).filter(QCoreApplication::applicationName()), QStringList());
     QCOMPARE(namesIn(m_scene->workFolder()), QStringList());
     QCOMPARE(QDir::currentPath(), m_scene->workFolder());
 }

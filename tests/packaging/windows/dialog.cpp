@@ -3,7 +3,8 @@
 //   dialog TEXT [BUTTON]
 //
 // Waits for a window that shows TEXT, as a part of one of its texts, then presses the button, check box or the like
-// that is labelled BUTTON. Ends with 0, or with 1 after a minute, and then prints what could be read instead.
+// that is labelled BUTTON. Says that it looks; ends with 0, or with 1 after a minute, and then prints what could be
+// read instead.
 #include <cstdio>
 #include <string>
 #include <vector>
@@ -114,6 +115,9 @@ int wmain(int argc, wchar_t **argv)
         return 1;
     const std::wstring text = argv[1];
     const std::wstring button = argc > 2 ? argv[2] : L"";
+    // Whoever started it may wait until it runs.
+    std::puts("Looking.");
+    std::fflush(stdout);
     const DWORD start = GetTickCount();
     while (GetTickCount() - start < patience) {
         if (use(text, button))

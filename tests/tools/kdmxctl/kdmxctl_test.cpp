@@ -259,7 +259,7 @@ void KdmxctlTest::faultsEndWithTheirCodes_data()
     row("rate", "short:20@0", Done);
     row("rate", "short:20@1", Done);
     row("rate", "short:0@3", Failed);
-    row("rate --timeout 0.2", "short:20*ever", Failed);
+    row("rate --timeout 2", "short:20*ever", Failed);
     row("rate", "stale@3", Done);
     row("rate --timeout 0.2", "stale*ever@1", Mute);
     row("rate", "garbled@1", Done);
