@@ -1,5 +1,8 @@
 #include "servicelog.h"
 
+#include <QDeadlineTimer>
+#include <QThread>
+
 #include <mutex>
 #include <utility>
 
@@ -48,6 +51,14 @@ bool ServiceLog::contains(const QString &line)
 {
     const std::scoped_lock lock(mutex);
     return all.contains(line);
+}
+
+bool ServiceLog::waitFor(const QString &line)
+{
+    const QDeadlineTimer patience(5000);
+    while (!contains(line) && !patience.hasExpired())
+        QThread::msleep(1);
+    return contains(line);
 }
 
 void ServiceLog::forget()

@@ -8,13 +8,9 @@
 #include "updatetexts.h"
 
 #include <QCheckBox>
-#include <QDeadlineTimer>
-#include <QDir>
-#include <QFileInfo>
 #include <QJsonArray>
 #include <QLocale>
 #include <QPushButton>
-#include <QSaveFile>
 #include <QScrollBar>
 #include <QSignalSpy>
 #include <QTest>
@@ -38,23 +34,10 @@ QString storedValue(const QString &key)
     return stored::value(stored::panelFile(), QStringLiteral("Update"), key);
 }
 
-/// Replaces a file, at one stroke.
-bool replaceFile(const QString &fileName, const QByteArray &content)
-{
-    QSaveFile file(fileName);
-    return file.open(QIODevice::WriteOnly) && file.write(content) == content.size() && file.commit();
-}
-
-/// Settings with an address for the document, and further lines of the group. The service's thread may be reading them:
-/// it must not see half of them, and Windows replaces no file that is being read.
+/// Settings with an address for the document, and further lines of the group.
 void storeUpdate(const QByteArray &lines = {}, const QString &url = refusedUrl)
 {
-    QVERIFY(QDir().mkpath(QFileInfo(stored::panelFile()).absolutePath()));
-    const QDeadlineTimer patience(5000);
-    while (!replaceFile(stored::panelFile(), "[Update]\nJsonUrl=" + url.toUtf8() + '\n' + lines)) {
-        QVERIFY(!patience.hasExpired());
-        QThread::msleep(1);
-    }
+    stored::write(stored::panelFile(), "[Update]\nJsonUrl=" + url.toUtf8() + '\n' + lines);
 }
 
 QString documentOf(const QJsonObject &entry)
@@ -881,6 +864,9 @@ private:
         ServiceLog::forget();
         m_service = std::make_unique<UpdateSoftware>();
         m_probe.emplace(*m_service);
+        // Nobody may change the settings while the service's thread reads them: QSettings looks at the time of a file
+        // after its content, and never sees what was stored in between.
+        QVERIFY(ServiceLog::waitFor(QStringLiteral("UpdateInformation: ") + storedValue(QStringLiteral("JsonUrl"))));
     }
 
     std::unique_ptr<ServiceLog> m_log;
