@@ -29,8 +29,8 @@ Q_DECLARE_METATYPE(usmsg_data_ch_type_t)
  * next request, so whoever needs an answer asks again.
  *
  * May be made before the application object and may outlive it; requests made early are carried out once there is one.
- * One at a time in a process, for the device link knows one unit. Belongs to the thread that makes it, and is called
- * and emits there. Rests on usctl.h and Qt Core.
+ * One at a time in a process: the device link knows one unit, and the end of a device refuses all transfers meanwhile.
+ * Belongs to the thread that makes it, and is called and emits there. Rests on usctl.h and Qt Core.
  *
  * A failed transfer is no error to the user: it resets what was announced about the unit's identity (version and build
  * 0, empty texts), which is how listeners learn that the unit is gone.
@@ -49,7 +49,8 @@ public:
      */
     ~QUSDevice() override;
 
-    // Requests. Each is remembered, once, and sent when the unit is ready.
+    // Requests. Each is remembered, once, and sent when the unit is ready. Once it is in a message it is forgotten,
+    // whether or not the unit got that: whoever needs it asks, or sets, again.
 
     /// Asks for the identity: sig_recv_version, _build, _productname, _builddate, _buildtime.
     void request_version();
@@ -79,7 +80,10 @@ public:
     void set_u32(uint32_t value);
 
     /**
-     * Sets the mute of an audio input. A value equal to the last one is not sent; the first is compared with 0.
+     * Sets the mute of an audio input.
+     *
+     * Trips people: a value equal to the one asked for last is accepted and not sent, even if that one never reached
+     * the unit; to send it again, set another one first. The first is compared with 0.
      *
      * @param ch_type  USMSG_DATA_CH_ANALOG_IN
      * @param ch_no    1 or 2
@@ -89,7 +93,7 @@ public:
     bool set_input_switch(uint32_t ch_type, uint8_t ch_no, uint8_t value);
 
     /**
-     * Sets the input volume. A value equal to the last one is not sent; the first is compared with 0.
+     * Sets the input volume. A value equal to the one asked for last is not sent, as with set_input_switch().
      *
      * @param ch_type  USMSG_DATA_CH_DIRECTMONITOR_OUT
      * @param ch_no    1

@@ -22,7 +22,12 @@ public:
     explicit QUSDeviceUnit(QObject *parent = nullptr);
 
 Q_SIGNALS:
-    /// A write has ended; `result` is false when no unit was there or none of the attempts found it responding.
+    /**
+     * A write has ended; `result` is false when no unit was there or none of the attempts found it responding.
+     *
+     * True does not mean that the unit has it: a hard failure counts as sent (usctl_send()), and the read that follows
+     * tells.
+     */
     void us_send_result(bool result);
 
     /// A read has ended: `usmsg_data` are all 64 bytes of the block, which mean nothing when `result` is false.

@@ -4,8 +4,6 @@
 
 namespace {
 
-// The channel of the direct monitor of inputs 1-2, on which monitor mode, input volume and fader lie.
-
 bool append(usmsg_buf_t *message, uint32_t id, uint32_t type, uint32_t value)
 {
     return usmsg_put(message, id, type, value, 0) == 0;
@@ -80,13 +78,21 @@ bool appendChannelSetting(usmsg_buf_t *message, ChannelSetting *setting, uint32_
     return true;
 }
 
+bool appendInputSwitches(usmsg_buf_t *message, Settings *settings)
+{
+    for (ChannelSetting &inputSwitch : settings->inputSwitches) {
+        if (!appendChannelSetting(message, &inputSwitch, USMSG_ID_SET_MUTE))
+            return false;
+    }
+    return true;
+}
+
 bool appendSettings(usmsg_buf_t *message, Settings *settings)
 {
     return appendSetting(message, &settings->autopowersave, USMSG_ID_AUTOPOWERSAVE, USMSG_DATA_TYPE_U8)
         && appendMonitorMode(message, &settings->monitorMode)
         && appendSetting(message, &settings->u32, USMSG_ID_SET_U32, USMSG_DATA_TYPE_U32)
-        && appendChannelSetting(message, &settings->inputSwitches[0], USMSG_ID_SET_MUTE)
-        && appendChannelSetting(message, &settings->inputSwitches[1], USMSG_ID_SET_MUTE)
+        && appendInputSwitches(message, settings)
         && appendChannelSetting(message, &settings->inputVolume, USMSG_ID_SET_FADER);
 }
 

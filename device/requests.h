@@ -11,7 +11,7 @@
  * Plain data: the owner decides when a message is made and what becomes of it. Zeroed, nothing is pending.
  */
 
-/// The one channel of the direct monitor.
+/// The one channel of the direct monitor of inputs 1-2, on which monitor mode, input volume and fader lie.
 inline constexpr uint8_t monitorNumber = 1;
 
 /// Audio inputs are numbered from 1 to this.
@@ -36,12 +36,12 @@ struct Setting
     Value value = 0; ///< to be sent
 };
 
-/// A setting of one channel that waits to be sent, or its value that was sent last.
+/// A setting of one channel: the value asked for last, and whether it still waits to be sent.
 struct ChannelSetting
 {
     uint32_t ch = 0; ///< usmsg_data_ch_t
     uint8_t ch_no = 0; ///< from 1
-    uint8_t value = 0; ///< to be sent, or sent last
+    uint8_t value = 0; ///< asked for last, whether or not it reached the unit; 0 at first
     uint8_t pending = 0; ///< 0, or 1 while it waits
 
     /**
@@ -58,7 +58,7 @@ struct Settings
     Setting<uint8_t> autopowersave; ///< 0 is off
     Setting<uint32_t> monitorMode; ///< usmsg_data_ch_type_t; the low byte is sent
     Setting<uint32_t> u32; ///< USMSG_ID_SET_U32
-    ChannelSetting inputSwitches[2]; ///< of audio inputs 1 and 2
+    ChannelSetting inputSwitches[audioInputs]; ///< from audio input 1
     ChannelSetting inputVolume; ///< level of the direct monitor
 };
 

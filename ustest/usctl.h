@@ -14,8 +14,12 @@
  * with a unit may run at a time. Results are 0 for success and 1 for failure; each output may be null. Failures print
  * lines on standard output.
  *
- * A command first waits until the unit is ready (usctl_wait_ready(), up to about 10 s) and then sends. Nothing is left
- * behind in the host: each command has its own messages.
+ * A command first waits until the unit is ready (usctl_wait_ready()) and then sends. Nothing is left behind in the
+ * host: each command has its own messages.
+ *
+ * Times told here are those of the pauses. Transfers come on top: a unit that is there and answers nothing costs the
+ * platform's time limit with each of the 1000 polls, on Linux half a second to one and a half, thus many minutes. A
+ * watch (uswatch.h) that refuses transfers ends an exchange earlier.
  */
 
 extern "C" {
@@ -50,16 +54,20 @@ int usctl_recv(usdev_t **unit, usmsg_buf_t *buf);
 int usctl_put_ch_value(usmsg_buf_t *buf, uint32_t ch, uint32_t ch_no, uint32_t id, uint8_t value);
 
 /**
- * Polls until the unit says that it is ready, or says nothing about it: up to 1000 blocks, 10 ms apart.
+ * Polls until the unit says that it is ready, or says nothing about it: up to 1000 blocks, 10 ms apart, thus 10 s.
  *
  * A block that cannot be read counts as a busy one.
  */
 int usctl_wait_ready(usdev_t **unit);
 
-/// Asks for the firmware version. Up to 1 s behind the wait for ready, as all queries below.
+/**
+ * Asks for the firmware version. Up to 1 s behind the wait for ready, as all queries below.
+ *
+ * @param out  set it to 0 before: a unit that answers with a single byte leaves the other one as it was
+ */
 int usctl_get_version(usdev_t **unit, uint16_t *out);
 
-/// Asks for the firmware build number.
+/// Asks for the firmware build number; as usctl_get_version().
 int usctl_get_build(usdev_t **unit, uint16_t *out);
 
 /**
@@ -67,7 +75,7 @@ int usctl_get_build(usdev_t **unit, uint16_t *out);
  *
  * @param out         receives the text, not zero-terminated
  * @param max         size of out in bytes; a longer text is cut
- * @param length_out  receives the number of bytes stored
+ * @param length_out  receives the number of bytes stored; after a failure it may be 0
  */
 int usctl_get_productname(usdev_t **unit, uint8_t *out, uint8_t max, uint8_t *length_out);
 
@@ -133,6 +141,8 @@ int usctl_set_route(usdev_t **unit, uint32_t src_ch, uint32_t src_no, uint32_t d
  * @param text        receives the lines, zero-terminated
  * @param capacity    of text in bytes
  * @param length_out  receives the length that all lines have together, which may be more than was stored
+ *
+ * After a read that failed, both hold the lines of the blocks before it.
  */
 int usctl_dump_routes(usdev_t **unit, char *text, uint32_t capacity, uint32_t *length_out);
 
@@ -156,7 +166,8 @@ void usctl_print_debug(const uint8_t *text, uint32_t length);
  *
  * @param image         the image; null only with a size of 0
  * @param size          in bytes
- * @param progress_out  receives the number of bytes sent, after each block and at the end
+ * @param progress_out  receives the number of bytes sent, after each block but the last, and the whole size only when
+ *                      the unit has confirmed it. Set it to 0 before: what fails within the first block stores nothing
  * @return 0 when the unit has confirmed all of it
  *
  * Blocks for as long as the unit keeps answering; gives up when it stays silent for 100 s, grants nothing or another

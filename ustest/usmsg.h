@@ -10,7 +10,8 @@
  * byte, a type byte and a value whose size follows from the type; numbers are little-endian.
  *
  * The functions do no I/O and allocate nothing. They are reentrant; a cursor and its bytes belong to one thread at a
- * time. Failures that are the caller's or the unit's fault print one line "<module>:<line>:ERROR" to standard output.
+ * time. A failed write prints one line "<module>:<line>:ERROR" to standard output, unless not even a header fits; of
+ * reading, only an invalid type does: "<module>:<line>:ERROR <type>".
  */
 
 extern "C" {
@@ -127,7 +128,8 @@ uint32_t usmsg_room(const usmsg_buf_t *buf);
  * @param length      of a byte string, in bytes; 0 takes all the room that is left. Other types ignore it.
  * @param data_out    receives where the value goes; null when nothing is to be stored. May be null.
  * @param length_out  receives the size of the value in bytes. May be null.
- * @return 0 when written, or when the identifier is 0 and less than two bytes are left; 1 otherwise
+ * @return 0 when written, or when the identifier is 0 and less than two bytes are left; 1 otherwise, without a line
+ *         when less than two bytes are left
  */
 int usmsg_put_header(usmsg_buf_t *buf, uint32_t id, uint32_t type, uint8_t length, uint8_t **data_out,
                      uint8_t *length_out);

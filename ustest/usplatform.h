@@ -140,7 +140,8 @@ struct usplatform_t
     void (*sleep)(uint32_t milliseconds);
 
     /**
-     * Calls off the I/O control that is in flight, from another thread: it then fails with USPLATFORM_ERROR_CANCELLED.
+     * Calls off the open() or control() that is in flight, from another thread: it then fails with
+     * USPLATFORM_ERROR_CANCELLED.
      *
      * Does nothing when there is none at this moment, so ask again. Null where the system cannot do it.
      */
