@@ -18,48 +18,6 @@ uint32_t image_size = 0;
 uint32_t received = 0;
 alignas(16) uint8_t memory[128];
 
-int start()
-{
-    return 0;
-}
-
-intptr_t enumerate(const usplatform_class_t *)
-{
-    return USPLATFORM_INVALID_HANDLE;
-}
-
-void end_enumeration(intptr_t) { }
-
-int has_device(intptr_t, uint32_t)
-{
-    return 0;
-}
-
-int service(intptr_t, uint32_t, char16_t *, uint32_t)
-{
-    return 0;
-}
-
-int instance_id(intptr_t, uint32_t, char16_t *, uint32_t)
-{
-    return 0;
-}
-
-int has_interface(intptr_t, uint32_t, const usplatform_class_t *, uint32_t)
-{
-    return 0;
-}
-
-uint32_t detail_size(intptr_t, uint32_t, const usplatform_class_t *, uint32_t)
-{
-    return 0;
-}
-
-int detail(intptr_t, uint32_t, const usplatform_class_t *, uint32_t, usplatform_detail_t *, uint32_t)
-{
-    return 0;
-}
-
 intptr_t open(const char16_t *)
 {
     return 0;
@@ -100,8 +58,6 @@ int control(intptr_t, uint32_t, const void *in, uint32_t, void *out, uint32_t ou
     return 1;
 }
 
-void close(intptr_t) { }
-
 void *allocate(uint32_t size)
 {
     return size <= sizeof(memory) ? memory : nullptr;
@@ -109,39 +65,20 @@ void *allocate(uint32_t size)
 
 void release(void *) { }
 
-uint32_t last_error()
+/// A system without devices, but for the one that is opened all the same.
+usplatform_t system_with_ready_unit()
 {
-    return 0;
+    usplatform_t table = usplatform_default;
+    table.open = open;
+    table.control = control;
+    table.allocate = allocate;
+    table.release = release;
+    return table;
 }
-
-void error_text(uint32_t, char16_t *text, uint32_t)
-{
-    text[0] = 0;
-}
-
-void sleep(uint32_t) { }
 
 } // namespace
 
-constinit const usplatform_t platform = {
-    .start = start,
-    .enumerate = enumerate,
-    .end_enumeration = end_enumeration,
-    .has_device = has_device,
-    .service = service,
-    .instance_id = instance_id,
-    .has_interface = has_interface,
-    .detail_size = detail_size,
-    .detail = detail,
-    .open = open,
-    .control = control,
-    .close = close,
-    .allocate = allocate,
-    .release = release,
-    .last_error = last_error,
-    .error_text = error_text,
-    .sleep = sleep,
-};
+const usplatform_t platform = system_with_ready_unit();
 
 usdev_t device()
 {
