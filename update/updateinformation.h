@@ -18,8 +18,9 @@ class QTimer;
  * Lives in a thread of its own with an event loop; UpdateSoftware owns both. Its slots are asked for by queued calls
  * and its signals are delivered queued. Call shutDown() in that thread before it ends.
  *
- * Each downloadFile() has exactly one outcome: readiedExec(), errorDownloadFile(), or silence after the user's cancel.
- * A further downloadFile() takes the place of the one under way, of which nothing is heard any more.
+ * Each downloadFile() has at most one outcome: readiedExec() or errorDownloadFile(); none after the user's cancel or
+ * shutDown(), nor while a script host hangs. A further downloadFile() takes the place of the one under way, of which
+ * nothing is heard any more.
  *
  * Nothing is trusted but TLS: an address that begins with https is never followed to http, and a certificate that
  * does not hold ends the fetch or the download. A document of more than 100 MiB and a package of more than 2 GiB are
@@ -32,16 +33,17 @@ class UpdateInformation : public QObject
     Q_OBJECT
 
 public:
-    /// @param parent  owner, or null
+    /// @param parent  owner in the same thread, or null; an object that has one cannot be moved to another thread
     explicit UpdateInformation(QObject *parent = nullptr);
 
     /// Ends what is left; see shutDown().
     ~UpdateInformation() override;
 
     /**
-     * Ends at once whatever is under way: a fetch, a download, a script host. Emits nothing. An installer that was
-     * started goes on.
+     * Ends whatever is under way: a fetch, a download, a script host. Emits nothing. An installer that was started goes
+     * on.
      *
+     * Blocks for up to 1 s while a script host ends, and for up to 5 s while Qt ends a connection that is very busy.
      * Thread: the object's own, as the last thing that it does.
      */
     void shutDown();
@@ -75,19 +77,26 @@ public Q_SLOTS:
 
     /**
      * Downloads a package into a new temporary folder, and unpacks it unless it is an EXE. An end after 60 s of
-     * silence.
+     * silence. Blocks for up to 1 s where the script host of an earlier package has to be ended.
+     *
+     * Trips people: the folder becomes the current one of the whole process, and it stays when the object goes, for the
+     * installer needs it.
      *
      * @param url  the address; its ending tells what the package is: "exe", "dmg", anything else is a ZIP archive
      */
     void downloadFile(const QString &url);
 
-    /// Ends the download under way, if there is one. Silent: no error is reported.
+    /// Ends the download under way, if there is one; an unpacking goes on. Silent, unless the download has just failed.
     void cancelDownload();
 
     /// The same because nothing has come for too long, which is an error.
     void timeoutDownload();
 
-    /// Starts the installer of the last package. It is on its own from then on. errorDownloadFile() if it cannot start.
+    /**
+     * Starts the installer of the last package. It is on its own from then on. errorDownloadFile() if it cannot start.
+     *
+     * Blocks until it has started; on Windows, for one that asks for elevation, until the user has answered.
+     */
     void execFile();
 
     /// Takes the document from its reply.
@@ -99,7 +108,7 @@ public Q_SLOTS:
     /// Looks for the installer among what the script host unpacked.
     void replyFinishedUnzip(int, QProcess::ExitStatus);
 
-    /// Looks for the installer on a mounted disk image (macOS). Nothing connects it yet.
+    /// Looks for the installer on a mounted disk image (macOS), for up to half a second. Nothing connects it yet.
     void replyFinishedMount(int, QProcess::ExitStatus);
 
     /// Passes progress on, and starts the time limit afresh. @param received, total  bytes; total is -1 if unknown

@@ -5,8 +5,9 @@
 /**
  * The update service's values in the panel's own settings: the group "Update".
  *
- * Each function opens the settings for one access. They may be called from any thread and block for a few file
- * operations. Rests on openPanelSettings() and settingsfile.h.
+ * Each function opens the settings for one access. They may be called from any thread. They block for a few file
+ * operations; write() for half a second where another process hangs in a save. Rests on openPanelSettings() and
+ * settingsfile.h.
  */
 namespace updatesettings {
 
@@ -25,7 +26,8 @@ const QString infoDialog = QStringLiteral("InfoDialog");
 /// The value stored under one of the keys above; empty when there is none.
 QString read(const QString &key);
 
-/// Stores a value under one of the keys above. One that cannot be stored is left out.
+/// Stores a value under one of the keys above. One that cannot be stored is left out, and so is one of more than 65 536
+/// characters.
 void write(const QString &key, const QString &value);
 
 } // namespace updatesettings

@@ -2,6 +2,7 @@
 
 #include "downloadwindow.h"
 #include "identity.h"
+#include "newstext.h"
 #include "updatefeed.h"
 #include "updatesettings.h"
 #include "updatetexts.h"
@@ -77,6 +78,8 @@ void setUpError(QMessageBox &box, const UpdateTextRow &texts)
     box.setWindowTitle(texts[UpdateTextTitle]);
     box.setTextFormat(Qt::RichText);
     box.setStandardButtons(QMessageBox::Ok);
+    // The keyboard begins there, and not at the text, which it reaches for its link.
+    box.setDefaultButton(QMessageBox::Ok);
     box.setText(texts[UpdateTextError]);
     // The box opens its links in the browser; by itself it lets only the mouse reach them.
     box.setTextInteractionFlags(Qt::TextBrowserInteraction);
@@ -110,7 +113,7 @@ void setNews(QTextBrowser &browser, const QString &message)
     format.setLineHeight(newsLineHeight, QTextBlockFormat::FixedHeight);
     cursor.setBlockFormat(format);
     cursor.insertBlock();
-    cursor.insertHtml(message);
+    cursor.insertHtml(newstext::shown(message));
     cursor.movePosition(QTextCursor::Start);
     cursor.deleteChar();
     browser.setTextCursor(cursor);

@@ -18,11 +18,12 @@ class QWidget;
  * The update service: fetches what the maker has published, shows news, offers newer software and firmware, and sees a
  * package through to its installer. Making one starts it; there is one fetch in its life.
  *
- * All windows speak the language of the default QLocale at construction. What the user does not want to see again is
- * kept in the panel's settings (updatesettings.h).
+ * All windows speak the language of the default QLocale at construction; the news, and the edition of a package, are in
+ * that of the default QLocale of the moment. What the user does not want to see again is kept in the panel's settings
+ * (updatesettings.h).
  *
  * An owner makes one, calls checkFirm() once it knows the unit's firmware, and destroys it at any time: a download or
- * an open window ends with it. GUI thread; destruction waits for the worker, which ends what it does at once. Rests on
+ * an open window ends with it. GUI thread; destruction waits for UpdateInformation::shutDown(). Rests on
  * Qt Widgets and updateinformation.h.
  */
 class UpdateSoftware : public QObject
@@ -105,7 +106,7 @@ public Q_SLOTS:
     /// The user ends the download.
     void cancelDownload();
 
-    /// Shows the error box, and returns when it is closed.
+    /// Shows the error box, and returns when it is closed; at once if it is open already. Settles all questions.
     void showMsgBoxError();
 
     /// Enables the progress window's Cancel button. @param percent  not used

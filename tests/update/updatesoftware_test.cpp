@@ -730,6 +730,16 @@ private Q_SLOTS:
         QVERIFY(browser.toPlainText().startsWith(QStringLiteral("Line 1\n")));
     }
 
+    void newsThatWouldNeverBeLaidOutAreShownAsText()
+    {
+        const QString news = QStringLiteral("<table><tr><td>").repeated(40) + QStringLiteral("News");
+        m_service->saveInformation(documentOf(newsInEnglish(news)));
+        QVERIFY(QTest::qWaitForWindowActive(&m_probe->newsBox()));
+        QCOMPARE(plainText(m_probe->newsBox()).trimmed(), QStringLiteral("News"));
+        // What the user does not want to see again is the text as it was published.
+        QCOMPARE(m_probe->infoMessage(), news);
+    }
+
     void newsTakeThePlaceOfOlderOnes()
     {
         m_service->saveInformation(documentOf(newsInEnglish(QStringLiteral("<b>First</b>"))));

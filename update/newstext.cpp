@@ -1,0 +1,52 @@
+#include "newstext.h"
+
+#include <QRegularExpression>
+
+namespace newstext {
+
+namespace {
+
+// Far more than anybody reads in five lines. What Qt needs grows with the square of the tags that stand in each other.
+constexpr qsizetype mostLetters = 65'536;
+constexpr qsizetype mostTags = 2'000;
+
+// Each table in a table doubles what Qt needs, and a row gets as many cells as the longest one has.
+constexpr qsizetype mostTables = 4;
+constexpr qsizetype mostTagsWithTables = 200;
+
+QRegularExpression regular(const char *pattern)
+{
+    return QRegularExpression(QString::fromLatin1(pattern), QRegularExpression::CaseInsensitiveOption);
+}
+
+bool hasHeavyTables(const QString &html, qsizetype tags)
+{
+    static const QRegularExpression table = regular("<\\s*table\\b");
+    static const QRegularExpression anyOfTables = regular("<\\s*t(able|r|d|h)\\b");
+    static const QRegularExpression span = regular("\\b(col|row)span\\b");
+    return html.contains(anyOfTables)
+        && (tags > mostTagsWithTables || html.count(table) > mostTables || html.contains(span));
+}
+
+bool isHeavy(const QString &html)
+{
+    if (html.size() > mostLetters)
+        return true;
+    const qsizetype tags = html.count(u'<');
+    return tags > mostTags || hasHeavyTables(html, tags);
+}
+
+QString withoutMarkup(QString html)
+{
+    static const QRegularExpression tag = regular("<[^>]*>");
+    return html.replace(tag, QStringLiteral(" ")).replace(u'<', QStringLiteral("&lt;"));
+}
+
+} // namespace
+
+QString shown(const QString &message)
+{
+    return isHeavy(message) ? withoutMarkup(message.left(mostLetters)) : message;
+}
+
+} // namespace newstext

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <QString>
+
+/**
+ * What of the maker's news goes into a window.
+ *
+ * May be used from any thread. Rests on QString and QRegularExpression (Qt Core).
+ */
+namespace newstext {
+
+/**
+ * News that can be laid out in a moment.
+ *
+ * The field shows about five lines of simple HTML. A document may hold what would keep Qt busy for minutes, or for
+ * ever: very much of it, thousands of tags in each other, tables in tables. Of such news the beginning of the text is
+ * shown, without its markup.
+ *
+ * @param message  HTML as the document has it
+ * @return HTML: the message itself, or at most 65 536 letters of it without a tag
+ */
+QString shown(const QString &message);
+
+} // namespace newstext
