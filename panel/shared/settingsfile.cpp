@@ -55,7 +55,7 @@ bool freeLock(const QString &lock)
         return true;
     // Held by a process that hangs, or nothing that this user could ever lock.
     if (!QFile::remove(lock))
-        QFile::rename(lock, badNameOf(lock));
+        QFile::rename(lock, freeBadNameOf(lock));
     return !isTaken(lock);
 }
 

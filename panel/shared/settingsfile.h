@@ -35,11 +35,13 @@ void prepare(const QString &fileName);
  *
  * A process that was killed while it saved leaves "<file>.lock" behind, and QSettings would wait for it: for half a
  * minute, or for ever. A lock that no living process holds is removed. So is one that is held for longer than a save
- * can take; that does no harm, since a save replaces the file as a whole. A lock that cannot be removed means that the
- * folder cannot be written either, and the value is left out.
+ * can take; that does no harm, since a save replaces the file as a whole. A lock that can neither be removed nor
+ * renamed means that the folder cannot be written either, and the value is left out.
  *
  * @param settings  an open store of any format; the save happens, at the latest, when it is destroyed
- * @param key       with its groups
+ * @param key       as for QSettings::setValue(): below the group that is open
+ * @param value     what to store; in the registry its type decides that of the value: a number becomes a REG_DWORD, a
+ *                  bool a text
  *
  * Blocks for half a second where another process hangs in a save. Rests on QSettings and QLockFile.
  */
