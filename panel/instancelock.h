@@ -41,7 +41,8 @@ public:
      *
      * @return see Result; Locked as well when this object held the lock already
      *
-     * Returns at once, or after about 0.1 s when others are asking isFree() at the same moment.
+     * Returns at once. Where the lock is held: on Windows after 50 ms, and elsewhere after about 0.1 s if others are
+     * asking isFree() at the same moment.
      */
     Result tryLock();
 

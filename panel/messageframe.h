@@ -23,6 +23,7 @@ inline constexpr qsizetype acknowledgementSize = sizeof(acknowledgement) - 1;
 /**
  * The frame of a text.
  *
+ * @param text  any, of at most maximumTextSize bytes in UTF-8
  * @return the bytes to send; null when the text is longer than maximumTextSize
  */
 QByteArray fromText(const QString &text);

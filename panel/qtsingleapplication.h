@@ -12,7 +12,8 @@
 class MessageServer;
 
 /**
- * An application of which one process runs per user: later starts hand a message to the first one and end.
+ * An application of which one process runs for each executable file and logon session: later starts hand a message to
+ * the first one and end.
  *
  * \code
  * QtSingleApplication application(argc, argv);
@@ -59,7 +60,8 @@ public:
      *
      * @return true when another process of the same id holds the lock
      *
-     * Blocks for a few file operations, in rare cases for 0.1 s.
+     * Blocks for a few file operations; on Windows for 50 ms where another process is the first one, elsewhere in rare
+     * cases for 0.1 s.
      */
     bool isRunning();
 

@@ -19,7 +19,10 @@ enum class Page { Product, Support };
 /**
  * The address of a model's page.
  *
+ * @param model     which recorder the page is about
+ * @param page      which of its pages
  * @param language  Japanese gives the Japanese edition, any other language (Chinese included) the international one
+ * @return a full address, https
  */
 QUrl address(Model model, Page page, QLocale::Language language);
 
@@ -27,6 +30,7 @@ QUrl address(Model model, Page page, QLocale::Language language);
  * The address of the maker's web site.
  *
  * @param language  Japanese gives the Japanese site, any other language the international one
+ * @return a full address, https
  */
 QUrl home(QLocale::Language language);
 
