@@ -26,10 +26,11 @@ Function Register
     ${EndIf}
 FunctionEnd
 
-; Unless they belong to another installation that has come after this one.
+; Unless they belong to another installation that has come after this one. This one's panel is gone by now; not by
+; comparing names: one folder can have several.
 Function un.Register
     ReadRegStr $R0 HKCU "${APPS_KEY}" "InstallLocation"
-    ${If} $R0 == "$INSTDIR"
+    ${IfNot} ${FileExists} "$R0\${PANEL}"
         Delete "${SHORTCUT}"
         DeleteRegKey HKCU "${APPS_KEY}"
     ${EndIf}

@@ -27,6 +27,10 @@ Function StageFiles
         StrCpy $folderIsNew 0
     ${EndIf}
     Call RemoveStaged
+    ; Of a run that was cut off: it would be taken for what this run puts there, see FindWhetherMoved.
+    ${If} $previous != ""
+        RMDir /r "$previous\.kdmx-new"
+    ${EndIf}
     ClearErrors
     CreateDirectory "${NEW_FILES}"
     !insertmacro EveryFolder StageFolder
@@ -156,6 +160,7 @@ Function RemovePrevious
         CopyFiles /SILENT "$previous\${FILE_LIST}" "${OLD_LIST}"
         StrCpy $where "$previous"
         !insertmacro CallForEachListed "${OLD_LIST}" RemoveFromPrevious
+        RMDir /r "$previous\.kdmx-old"
         RMDir "$previous"
     ${EndIf}
 FunctionEnd

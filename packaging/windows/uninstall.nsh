@@ -68,8 +68,8 @@ FunctionEnd
 
 Function un.RemoveSettings
     Delete "${SETTINGS}"
-    ; What the panel keeps of a file that it could not read.
-    Delete "${SETTINGS}.bad"
+    ; What the panel keeps of files that it could not read, and what is left of a save that was cut off.
+    Delete "${SETTINGS}.*"
     RMDir "${SETTINGS_FOLDER}"
 FunctionEnd
 
