@@ -24,7 +24,7 @@ private Q_SLOTS:
         for (int index = 0; index < count; ++index) {
             PanelProcess panel;
             QVERIFY(panel.start());
-            QVERIFY2(panel.waitForWindow(60000), qPrintable(panel.errorOutput()));
+            QVERIFY2(panel.waitForWindow(120000), qPrintable(panel.errorOutput()));
             const int code = panel.close();
             QVERIFY2(code == 0, qPrintable(QString::number(code) + u'\n' + panel.errorOutput()));
             QCOMPARE(panel.errorOutput(), QStringLiteral("MainWindow End\n~MainWindow\n"));

@@ -57,8 +57,11 @@ void choose(const MainWindow &window, const QString &samples)
     auto *const box = window.findChild<QComboBox *>(QStringLiteral("cb_bufferSizeValue"));
     const int wanted = box->findText(samples, Qt::MatchEndsWith);
     box->setFocus();
-    while (box->currentIndex() != wanted)
-        realinput::key(box->currentIndex() < wanted ? QStringLiteral("Down") : QStringLiteral("Up"));
+    while (box->currentIndex() != wanted) {
+        const int before = box->currentIndex();
+        realinput::key(before < wanted ? QStringLiteral("Down") : QStringLiteral("Up"));
+        QTRY_VERIFY(box->currentIndex() != before);
+    }
 }
 
 } // namespace

@@ -15,7 +15,9 @@
 namespace {
 
 const QString id = QStringLiteral("kdmx-0123456789abcdef0123");
-constexpr qint64 atOnce = 1000;
+
+// Qt by itself would wait for half a minute.
+constexpr qint64 atOnce = 4000;
 
 struct CloseHandleLater
 {

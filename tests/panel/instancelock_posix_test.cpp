@@ -112,7 +112,8 @@ void InstanceLockPosixTest::askersDoNotDelayForLong()
 
     QCOMPARE(shared, 0);
     QCOMPARE(whileShared, Result::HeldByOther);
-    QVERIFY2(elapsed < 2000, qPrintable(QString::number(elapsed)));
+    // Far less than an asker that hangs would hold it.
+    QVERIFY2(elapsed < 15000, qPrintable(QString::number(elapsed)));
     QCOMPARE(lock.tryLock(), Result::Locked);
 }
 

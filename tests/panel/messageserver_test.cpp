@@ -29,6 +29,9 @@ namespace {
 // Sanitizers and busy machines slow everything down; no test waits that long when it passes.
 constexpr int patience = 30000;
 
+// Added where a time is measured. What goes wrong takes a minute.
+constexpr qint64 toleranceMs = 15000;
+
 const QByteArray acknowledgement(messageframe::acknowledgement);
 
 std::unique_ptr<QLocalSocket> connectTo(const QString &serverName)
@@ -281,7 +284,7 @@ void MessageServerTest::clientGivesUp()
 
     QVERIFY(!delivered);
     QVERIFY2(elapsed >= expected, qPrintable(QString::number(elapsed)));
-    QVERIFY2(elapsed < expected + 2000, qPrintable(QString::number(elapsed)));
+    QVERIFY2(elapsed < expected + toleranceMs, qPrintable(QString::number(elapsed)));
     QCOMPARE(openFiles(), filesBefore);
     QFile::remove(m_serverName);
 }
@@ -293,7 +296,7 @@ void MessageServerTest::clientRefusesLongText()
     clock.start();
     const QString text(messageframe::maximumTextSize + 1, u'x');
     QVERIFY(!deliverMessage(m_serverName, text, 60000, [] { return false; }));
-    QVERIFY(clock.elapsed() < 2000);
+    QVERIFY(clock.elapsed() < toleranceMs);
 }
 
 // The connection of the first attempt ends unanswered with the listener; the next attempt finds another one.
@@ -326,6 +329,7 @@ void MessageServerTest::clientBelievesOnlyTheAcknowledgement()
     connect(&stranger, &QLocalServer::newConnection, this, [&] {
         QLocalSocket *const caller = stranger.nextPendingConnection();
         caller->write(QByteArray(acknowledgement.size(), '?'));
+        caller->flush();
         hasAnswered = true;
     });
     // After the answer nobody will listen, so it ends at once.

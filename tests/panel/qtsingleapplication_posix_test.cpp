@@ -26,7 +26,7 @@ namespace {
 constexpr int patience = 40000;
 
 // More than a start on a busy machine takes, and less than the half minute that a dead lock of Qt's would cost.
-constexpr int tolerance = 3000;
+constexpr int tolerance = 15000;
 
 // How the application's own warnings begin.
 const QString warningPrefix = QStringLiteral("QtSingleApplication: ");

@@ -30,8 +30,9 @@ constexpr bool slow = underAddressSanitizer || underThreadSanitizer;
 // No test waits that long when it passes.
 constexpr int patience = 40000;
 
-// Added where a time is measured: what a busy machine may need to run a process that is ready to run.
-constexpr int tolerance = slow ? 3000 : 1000;
+// Added where a time is measured: what a machine that stands still now and then may need. What goes wrong takes half a
+// minute.
+constexpr int tolerance = 15000;
 
 const QString applicationName = QStringLiteral("QtSingleApplicationTest");
 
@@ -338,7 +339,7 @@ void QtSingleApplicationTest::oneOfManyStartsWins()
         if (!probe->ended())
             QTRY_COMPARE_WITH_TIMEOUT(probe->messages(), count - 1, patience);
     }
-    QVERIFY2(slowest < 5000, qPrintable(QString::number(slowest)));
+    QVERIFY2(slowest < tolerance, qPrintable(QString::number(slowest)));
     qInfo("%d starts; the slowest acknowledgement took %d ms", count, slowest);
 }
 
@@ -366,7 +367,8 @@ void QtSingleApplicationTest::stoppedFirstIsNotWaitedForLonger()
     QVERIFY(later->printed(QStringLiteral("refused")));
     QCOMPARE(later->exitCode(), 1);
     QVERIFY2(later->sendingTime() >= 300, qPrintable(QString::number(later->sendingTime())));
-    QVERIFY2(later->sendingTime() < 300 + tolerance, qPrintable(QString::number(later->sendingTime())));
+    // Less than the five seconds of a sender that names no time.
+    QVERIFY2(later->sendingTime() < 4500, qPrintable(QString::number(later->sendingTime())));
 
     first->resume();
     expectAcknowledged();

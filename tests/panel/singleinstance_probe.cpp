@@ -73,7 +73,7 @@ int main(int argc, char *argv[])
 {
     const auto application = makeApplication(argc, argv);
     const QString message = option(QStringLiteral("--message"), QStringLiteral("show"));
-    const int timeout = option(QStringLiteral("--timeout"), QStringLiteral("5000")).toInt();
+    const int timeout = option(QStringLiteral("--timeout"), QStringLiteral("40000")).toInt();
     const QString serverName = option(QStringLiteral("--connect"), QString());
     if (!serverName.isEmpty())
         return tryToConnect(serverName);

@@ -1,5 +1,7 @@
 #include "panelprocess.h"
 
+#include "windowsearch.h"
+
 namespace {
 
 QString xdotool(const QStringList &arguments)
@@ -10,18 +12,11 @@ QString xdotool(const QStringList &arguments)
     return QString::fromUtf8(process.readAllStandardOutput());
 }
 
-QString exactly(const QString &title)
-{
-    return u'^' + title + u'$';
-}
-
 } // namespace
 
 QStringList PanelProcess::windows(const QString &title) const
 {
-    return xdotool({QStringLiteral("search"), QStringLiteral("--all"), QStringLiteral("--onlyvisible"),
-                    QStringLiteral("--pid"), QString::number(pid()), QStringLiteral("--name"), exactly(title)})
-        .split(u'\n', Qt::SkipEmptyParts);
+    return searchWindows(pid(), title);
 }
 
 QString PanelProcess::activeWindow()

@@ -1,8 +1,8 @@
 #include "downloadwindow.h"
 
+#include "mousereleases.h"
 #include "realinput.h"
 
-#include <QEvent>
 #include <QImage>
 #include <QLabel>
 #include <QProgressBar>
@@ -17,21 +17,6 @@
 namespace {
 
 using downloadwindow::Parts;
-
-/// Counts the clicks that arrive at a widget, whether it takes them or not.
-class Releases : public QObject
-{
-public:
-    int count = 0;
-
-protected:
-    bool eventFilter(QObject *, QEvent *event) override
-    {
-        if (event->type() == QEvent::MouseButtonRelease)
-            ++count;
-        return false;
-    }
-};
 
 /// Texts that say which they are.
 UpdateTextRow numberedTexts()

@@ -5,6 +5,12 @@
 #include <QCoreApplication>
 #include <QTest>
 
+namespace {
+
+constexpr int patienceMs = 30'000;
+
+} // namespace
+
 PackageService::PackageService()
     : m_information(std::make_unique<UpdateInformation>())
 {
@@ -32,7 +38,7 @@ PackageService::~PackageService()
 bool PackageService::fetch()
 {
     QMetaObject::invokeMethod(m_information.get(), &UpdateInformation::downloadInformation);
-    if (!QTest::qWaitFor([this] { return m_documents > 0; }))
+    if (!QTest::qWaitFor([this] { return m_documents > 0; }, patienceMs))
         return false;
     // The slot that announced it has still a line to log.
     settle();

@@ -55,7 +55,7 @@ bool ServiceLog::contains(const QString &line)
 
 bool ServiceLog::waitFor(const QString &line)
 {
-    const QDeadlineTimer patience(5000);
+    const QDeadlineTimer patience(30'000);
     while (!contains(line) && !patience.hasExpired())
         QThread::msleep(1);
     return contains(line);

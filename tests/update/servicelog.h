@@ -20,7 +20,7 @@ public:
     /// Whether this line was logged by whomever since the last forget(); with its prefix.
     static bool contains(const QString &line);
 
-    /// Waits, without serving events, until a thread has logged this line; false if it has not after five seconds.
+    /// Waits, without serving events, until a thread has logged this line; false if it has not after half a minute.
     static bool waitFor(const QString &line);
 
     static void forget();

@@ -443,7 +443,13 @@ void UpdateInformationDownloadTest::progressOfAKnownSizeGrowsTo100()
 {
     InformationThread information;
     QVERIFY(fetched(information));
-    information.download(m_server.address(QStringLiteral("/drip?size=40&piece=1&pause=20&as=a.exe")));
+    constexpr int pieces = 40;
+    information.download(
+        m_server.address(QStringLiteral("/stepped?size=40&pieces=%1&name=%2&as=a.exe").arg(pieces).arg(first())));
+    // Some of it is told before the rest comes.
+    QVERIFY(stepUntil([&] { return !::percentages(information.transcript()).isEmpty(); }));
+    for (int i = 0; i < pieces; ++i)
+        m_server.step(first());
     QVERIFY(information.waitFor(readied));
     const QStringList transcript = information.transcript();
     const QList<int> percent = ::percentages(transcript);
@@ -547,14 +553,14 @@ void UpdateInformationDownloadTest::progressStartsTheTimerAfresh()
 /// It takes longer than the limit, but something comes all the time.
 void UpdateInformationDownloadTest::aSlowDownloadIsNoSilence()
 {
-    UpdateInformationProbe::setSilenceLimit(6000);
-    const QString address = m_server.address(QStringLiteral("/drip?size=30&piece=1&pause=250&as=a.exe"));
+    UpdateInformationProbe::setSilenceLimit(10'000);
+    const QString address = m_server.address(QStringLiteral("/drip?size=48&piece=1&pause=250&as=a.exe"));
     InformationThread information;
     QVERIFY(fetched(information));
     information.download(address);
     QVERIFY(information.waitFor(finished));
     QVERIFY(information.waitFor(readied));
-    QCOMPARE(information.story(), succeeding(address, 30));
+    QCOMPARE(information.story(), succeeding(address, 48));
 }
 
 void UpdateInformationDownloadTest::silenceIsAnError_data()
@@ -748,7 +754,8 @@ void UpdateInformationDownloadTest::aSecondDownloadWhileTheFirstUnpacks()
     information.forget();
     information.download(address);
     QVERIFY(information.waitFor(readied));
-    QVERIFY(!information.in(unpacks));
+    // The host was killed, and goes when the system gets to it.
+    QTRY_VERIFY(!information.in(unpacks));
     information.end();
     QCOMPARE(information.story(), succeeding(address, 20));
 }

@@ -466,7 +466,9 @@ void UpdatePackageTest::secondDownloadDuringTheFirst()
     QTRY_VERIFY(m_scene->connections() == 1);
     QVERIFY(bring(m_scene->package(exePath, "second")));
     QCOMPARE(m_service->events(), QStringList{QStringLiteral("started")} + readied);
-    QTRY_COMPARE(m_scene->connections(), 0);
+    // The server hears of it by a reset, of which Wine tells nobody.
+    if (!environment::isWine())
+        QTRY_COMPARE(m_scene->connections(), 0);
     QCOMPARE(m_scene->packageFolders().size(), 1);
     QCOMPARE(contentOf(newestFolder() + QStringLiteral("/temp.exe")), QByteArray("second"));
     QVERIFY(takeLines().filter(QStringLiteral("error")).isEmpty());
@@ -481,7 +483,8 @@ void UpdatePackageTest::secondDownloadWhileUnpacking()
     const QString first = newestFolder();
 
     QVERIFY(bring(m_scene->package(exePath, "second")));
-    QVERIFY(!isAlive(host));
+    // It was killed, and goes when the system gets to it.
+    QTRY_VERIFY(!isAlive(host));
     m_scene->releaseHost();
     m_service->settle();
     QCOMPARE(m_service->events(), cancelled + readied);

@@ -21,8 +21,8 @@ namespace {
 
 constexpr int often = 20;
 
-// What the worker does may take a moment; hanging takes longer.
-constexpr int soonMs = 5000;
+// What the worker does may take a moment, also on a machine that stands still now and then; what hangs, hangs for ever.
+constexpr int soonMs = 30'000;
 
 const QString feed = QStringLiteral("/feed.json");
 const QString package = QStringLiteral("/package.exe");
@@ -109,6 +109,7 @@ private Q_SLOTS:
         m_server->serve(package, body);
         for (int i = 0; i < often; ++i) {
             auto service = fetched();
+            QVERIFY(service != nullptr);
             // By queued signal: the package is saved, or about to be, when it comes.
             bool over = false;
             connect(&UpdateSoftwareProbe(*service).information(), &UpdateInformation::finishedDownloadFile,
@@ -142,6 +143,7 @@ private Q_SLOTS:
     {
         for (int i = 0; i < often; ++i) {
             auto service = fetched();
+            QVERIFY(service != nullptr);
             service->openExecWindow();
             end(service);
         }
@@ -151,6 +153,7 @@ private Q_SLOTS:
     {
         for (int i = 0; i < often; ++i) {
             auto service = fetched();
+            QVERIFY(service != nullptr);
             service->saveInformation(document(*m_server));
             UpdateSoftwareProbe(*service).setUpdateStage(2);
             service->checkFirm(QStringLiteral("KD-MX4"), QStringLiteral("1.02"));
@@ -168,6 +171,7 @@ private Q_SLOTS:
     {
         for (int i = 0; i < often; ++i) {
             auto service = fetched();
+            QVERIFY(service != nullptr);
             UpdateSoftware &open = *service;
             QTimer::singleShot(0, this, [&] { end(service); });
             open.showMsgBoxError();
@@ -180,6 +184,7 @@ private Q_SLOTS:
     {
         for (int i = 0; i < 5; ++i) {
             auto service = fetched();
+            QVERIFY(service != nullptr);
             const UpdateSoftwareProbe probe(*service);
             Q_EMIT service->readiedDownloadFile(QStringLiteral("http://127.0.0.1:1/package.exe"));
             // The box runs its event loop inside the queued call; this is called from in there.
@@ -218,6 +223,7 @@ private Q_SLOTS:
         QFETCH(bool, byKey);
         for (int i = 0; i < 5; ++i) {
             auto service = fetched();
+            QVERIFY(service != nullptr);
             connect(service.get(), &UpdateSoftware::readiedDownloadFile, this, [&] { end(service); });
             service->saveInformation(document(*m_server));
             const UpdateSoftwareProbe probe(*service);
@@ -292,7 +298,7 @@ private:
         ServiceLog::forget();
         auto service = std::make_unique<UpdateSoftware>();
         const bool over = QTest::qWaitFor(
-            [] { return ServiceLog::contains(QStringLiteral("UpdateInformation: end of replyFinished")); });
+            [] { return ServiceLog::contains(QStringLiteral("UpdateInformation: end of replyFinished")); }, soonMs);
         return over ? std::move(service) : nullptr;
     }
 
@@ -305,12 +311,14 @@ private:
         const UpdateSoftwareProbe probe(*service);
         const int before = m_server->requests();
         Q_EMIT service->readiedDownloadFile(m_server->url(package));
-        const bool asked = QTest::qWaitFor([&] { return m_server->requests() == before + 1; });
+        const bool asked = QTest::qWaitFor([&] { return m_server->requests() == before + 1; }, soonMs);
         // Progress is told now and then only, so bytes go on coming.
-        const bool shown = QTest::qWaitFor([&] {
-            m_server->send("x");
-            return probe.downloadButton() != nullptr && probe.downloadButton()->isEnabled();
-        });
+        const bool shown = QTest::qWaitFor(
+            [&] {
+                m_server->send("x");
+                return probe.downloadButton() != nullptr && probe.downloadButton()->isEnabled();
+            },
+            soonMs);
         return asked && shown ? std::move(service) : nullptr;
     }
 

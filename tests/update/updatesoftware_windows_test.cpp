@@ -1,6 +1,7 @@
 #include "updatesoftware.h"
 
 #include "localserver.h"
+#include "mousereleases.h"
 #include "nextdialog.h"
 #include "realinput.h"
 #include "servicelog.h"
@@ -49,8 +50,8 @@ int drip(LocalServer &server, int bodySize, Condition condition)
     const bool reached = QTest::qWaitFor([&] {
         if (condition())
             return true;
-        // Less and less, and never the end: the download goes on however late its progress is told.
-        const int piece = left > bodySize / 4 ? qMax(1, left / 40) : 0;
+        // Less and less, and never the last: the download goes on however late its progress is told.
+        const int piece = left > bodySize / 4 ? qMax(1, left / 40) : qMin(1, left - 1);
         server.send(QByteArray(piece, 'x'));
         left -= piece;
         return false;
@@ -121,7 +122,11 @@ private Q_SLOTS:
         Q_EMIT m_service->readiedDownloadFile(server.url(QStringLiteral("/package.exe")));
         QTRY_VERIFY(m_probe->downloadWindow() != nullptr);
         QVERIFY(QTest::qWaitForWindowActive(m_probe->downloadWindow()));
+        Releases releases;
+        m_probe->downloadButton()->installEventFilter(&releases);
         realinput::click(m_probe->downloadButton());
+        // Not before the click has arrived: it would count for the enabled button.
+        QTRY_COMPARE(releases.count, 1);
         QCOMPARE(m_probe->updateStage(), 0);
 
         QTRY_COMPARE(server.requests(), 1);

@@ -63,6 +63,13 @@ private:
         return words("--virtual=busy=1,allowance=61 firmware --yes") + words(options) + QStringList{image()};
     }
 
+    /// One that stands still behind its first tenth, for so many reads.
+    QStringList halted_transfer(const QByteArray &reads) const
+    {
+        const QByteArray script = "--virtual=busy=1,allowance=61,busy*" + reads + "@80";
+        return words(script.constData()) + words("firmware --yes") + QStringList{image()};
+    }
+
     QTemporaryDir m_folder;
 };
 
@@ -139,7 +146,7 @@ void KdmxctlSignalsTest::interruptsAreIgnoredWhereTheyWereBefore()
 
 void KdmxctlSignalsTest::theFirstInterruptOfATransferWarns()
 {
-    KdmxctlProcess process(slow_transfer());
+    KdmxctlProcess process(halted_transfer("300"));
     QVERIFY(process.await_error_text(" 10 %"));
     process.signal(SIGINT);
     QVERIFY(process.await_error_text(warning));
@@ -151,7 +158,7 @@ void KdmxctlSignalsTest::theFirstInterruptOfATransferWarns()
 
 void KdmxctlSignalsTest::theSecondInterruptOfATransferStops()
 {
-    KdmxctlProcess process(slow_transfer());
+    KdmxctlProcess process(halted_transfer("ever"));
     QVERIFY(process.await_error_text(" 10 %"));
     process.signal(SIGINT);
     QVERIFY(process.await_error_text(warning));

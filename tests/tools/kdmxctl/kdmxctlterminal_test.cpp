@@ -154,7 +154,7 @@ void KdmxctlTerminalTest::linesOnTheTerminalReplaceTheBar()
 
 void KdmxctlTerminalTest::controlCWarnsThenStops()
 {
-    TerminalProcess process(transfer("--virtual=busy=1,allowance=61 --yes"), usual_columns);
+    TerminalProcess process(transfer("--virtual=busy=1,allowance=61,busy*ever@80 --yes"), usual_columns);
     QVERIFY(process.await_text(" of 3050 bytes"));
     process.type("\x03");
     QVERIFY(process.await_text(warning));

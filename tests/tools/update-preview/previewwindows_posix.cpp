@@ -1,33 +1,22 @@
 #include "previewwindows.h"
 
+#include "windowsearch.h"
+
 #include <QProcess>
 
 namespace previewwindows {
 
-namespace {
-
-QString xdotool(const QStringList &arguments)
-{
-    QProcess process;
-    process.start(QStringLiteral("xdotool"), arguments);
-    process.waitForFinished();
-    return QString::fromUtf8(process.readAllStandardOutput());
-}
-
-} // namespace
-
 QStringList find(qint64 processId, const QString &title)
 {
-    return xdotool({QStringLiteral("search"), QStringLiteral("--all"), QStringLiteral("--onlyvisible"),
-                    QStringLiteral("--pid"), QString::number(processId), QStringLiteral("--name"), u'^' + title + u'$'})
-        .split(u'\n', Qt::SkipEmptyParts);
+    return searchWindows(processId, title);
 }
 
 void press(const QString &window, const QStringList &keys)
 {
-    xdotool(QStringList{QStringLiteral("windowactivate"), QStringLiteral("--sync"), window, QStringLiteral("key"),
-                        QStringLiteral("--clearmodifiers")}
-            + keys);
+    QProcess::execute(QStringLiteral("xdotool"),
+                      QStringList{QStringLiteral("windowactivate"), QStringLiteral("--sync"), window,
+                                  QStringLiteral("key"), QStringLiteral("--clearmodifiers")}
+                          + keys);
 }
 
 QString settingsFolder(const QString &home)

@@ -51,6 +51,13 @@ protected:
     }
 };
 
+DWORD handles()
+{
+    DWORD count = 0;
+    GetProcessHandleCount(GetCurrentProcess(), &count);
+    return count;
+}
+
 } // namespace
 
 TEST_F(DriverFaults, AUnitThatDoesNotRespondIsResultTwo)
@@ -133,18 +140,18 @@ TEST_F(DriverFaults, TheDriverTakesNothingButItsRequests)
 TEST_F(DriverFaults, FailuresLeaveNothingOpen)
 {
     script("stall*2,hard*2@2,short:1*2@4,unplug*2@6");
-    DWORD before = 0;
-    DWORD after = 0;
     lines_of([&] { read(); });
-    GetProcessHandleCount(GetCurrentProcess(), &before);
+    const DWORD before = handles();
     lines_of([&] {
         for (int times = 0; times < 4; ++times) {
             read();
             write();
         }
     });
-    GetProcessHandleCount(GetCurrentProcess(), &after);
-    EXPECT_EQ(after, before);
+    // The system's own threads come and go, with theirs. What leaks stays.
+    for (int times = 0; handles() > before && times < 2000; ++times)
+        Sleep(10);
+    EXPECT_LE(handles(), before);
     const unitcontrol_state_t end = state();
     EXPECT_EQ(end.opened, end.closed + 1);
 }

@@ -160,6 +160,9 @@ TEST_F(UsbipDeviceTest, StallAndBreakAreErrors)
 
 TEST_F(UsbipDeviceTest, LateAnswerComesLaterThanTheNext)
 {
+    // Longer than it takes to ask for the second, whatever else the machine does.
+    usb.emplace(&*device, Milliseconds(2000));
+    plug();
     strike(VIRTUALUNIT_FAULT_LATE);
     submit(1, false, 0, 2, 0, {0x401D0000, 0x00000200}, {0, 0});
     submit(2, false, 0, 2, 0, {0x401D0000, 0x00000200}, {0, 0});
