@@ -10,6 +10,14 @@ if(qt_is_missing)
 endif()
 set(QT_HOST_PATH /usr)
 set(QT_HOST_PATH_CMAKE_DIR /usr/lib/${CMAKE_HOST_SYSTEM_PROCESSOR}-linux-gnu/cmake)
+# A build folder remembers where its Qt was. With another one the two would be mixed: what is compiled and linked would
+# be of one, and what is loaded of the other.
+get_cmake_property(remembered CACHE_VARIABLES)
+list(FILTER remembered INCLUDE REGEX "^Qt6.*_DIR$")
+foreach(name IN LISTS remembered)
+    unset(${name} CACHE)
+endforeach()
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${CMAKE_CURRENT_LIST_DIR}/../../tools/windows/qt)
 list(APPEND CMAKE_PREFIX_PATH ${KDMX_WINDOWS_QT})
 list(APPEND CMAKE_FIND_ROOT_PATH ${KDMX_WINDOWS_QT})
 
