@@ -18,6 +18,7 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <algorithm>
 #include <memory>
 #include <vector>
 
@@ -25,6 +26,25 @@ namespace {
 
 const QString mainTitle = QStringLiteral("VELMAR KD-MX Series");
 const QString reminderTitle = QStringLiteral("VELMAR KD-MX Series Information");
+
+// For so long a start tries to hand over.
+constexpr int handOverMs = 5000;
+
+/// One start of many, and how long it has lived when it was last seen.
+struct Start
+{
+    std::unique_ptr<PanelProcess> panel = std::make_unique<PanelProcess>();
+    QElapsedTimer age;
+    qint64 lifeMs = 0;
+
+    bool isRunning()
+    {
+        if (panel->waitForExit(0) != -1)
+            return false;
+        lifeMs = age.elapsed();
+        return true;
+    }
+};
 
 /// Plays a first instance of the panel that does as it is told: holds the lock and listens.
 class FirstInstance
@@ -225,24 +245,25 @@ private Q_SLOTS:
     {
         const int starts = stormStarts();
         QVERIFY(starts > 1);
-        std::vector<std::unique_ptr<PanelProcess>> panels;
-        for (int count = 0; count < starts; ++count) {
-            panels.push_back(std::make_unique<PanelProcess>());
-            QVERIFY(panels.back()->start());
+        std::vector<Start> panels(starts);
+        for (Start &start : panels) {
+            QVERIFY(start.panel->start());
+            start.age.start();
         }
-        int running = 0;
+        qsizetype running = 0;
         const auto countRunning = [&] {
-            running = 0;
-            for (const auto &panel : panels)
-                running += panel->waitForExit(0) == -1 ? 1 : 0;
+            running = std::count_if(panels.begin(), panels.end(), [](Start &start) { return start.isRunning(); });
             return running == 1;
         };
         QVERIFY2(QTest::qWaitFor(countRunning, 90000), qPrintable(QString::number(running)));
-        for (const auto &panel : panels) {
-            const int code = panel->waitForExit(0);
-            QVERIFY2(code == 0 || code == -1, qPrintable(QString::number(code) + panel->errorOutput()));
+        for (Start &start : panels) {
+            const int code = start.panel->waitForExit(0);
+            // The first instance takes no text before its start is over, which may be later than the others wait.
+            const bool mayFail = start.lifeMs >= handOverMs;
+            QVERIFY2(code == 0 || code == -1 || (code == 1 && mayFail),
+                     qPrintable(QString::number(code) + start.panel->errorOutput()));
             if (code == -1)
-                QVERIFY(panel->waitForWindow());
+                QVERIFY(start.panel->waitForWindow());
         }
     }
 };

@@ -846,11 +846,12 @@ void UpdateInformationDownloadTest::largestPackage()
 
 void UpdateInformationDownloadTest::moreThan2GiBIsRefusedAtOnce()
 {
-    const QString address = m_server.address(QStringLiteral("/body?size=2147483649&as=a.exe"));
+    const QString address =
+        m_server.address(QStringLiteral("/stepped?size=2147483649&pieces=100000&name=%1&as=a.exe").arg(first()));
     InformationThread information;
     QVERIFY(fetched(information));
     information.download(address);
-    QVERIFY(information.waitFor(failed));
+    QVERIFY(stepUntil([&] { return information.transcript().contains(failed); }));
     information.end();
     const QStringList transcript = information.transcript();
     QCOMPARE(transcript.count(tooLarge), 1);
