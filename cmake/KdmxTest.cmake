@@ -12,7 +12,7 @@ set_property(TARGET Qt6::Test PROPERTY INTERFACE_COMPILE_DEFINITIONS QT_TESTLIB_
 # DEFINES      preprocessor definitions
 # DISPLAY      runs it on a virtual display of its own, with private user folders
 # ENVIRONMENT  further variables of the CTest entry
-# TIMEOUT      seconds after which it counts as hung; 120 unless told
+# TIMEOUT      seconds after which it counts as hung; 300 unless told
 function(kdmx_add_test name)
     cmake_parse_arguments(PARSE_ARGV 1 arg "DISPLAY" "TIMEOUT" "SOURCES;LINKS;DEFINES;ENVIRONMENT")
     string(REPLACE "." "_" program ${name}_test)
@@ -40,7 +40,7 @@ function(kdmx_add_test_run name)
         list(PREPEND command ${CMAKE_SOURCE_DIR}/tools/virtual-display)
     endif()
     if(NOT arg_TIMEOUT)
-        set(arg_TIMEOUT 120)
+        set(arg_TIMEOUT 300)
     endif()
     add_test(NAME ${name} COMMAND ${command})
     set_tests_properties(${name} PROPERTIES
