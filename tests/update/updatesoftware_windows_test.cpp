@@ -360,8 +360,8 @@ private Q_SLOTS:
 
     void eachErrorIsShown()
     {
-        for (int i = 0; i < 3; ++i) {
-            const NextDialog error([](QDialog &) { realinput::key(QStringLiteral("Return")); });
+        for (const char *const key : {"Return", "space", "Escape"}) {
+            const NextDialog error([key](QDialog &) { realinput::key(QString::fromLatin1(key)); });
             m_service->showMsgBoxError();
             QVERIFY(error.seen());
         }
