@@ -10,9 +10,11 @@ namespace {
 constexpr qsizetype mostLetters = 65'536;
 constexpr qsizetype mostTags = 2'000;
 
-// Each table in a table doubles what Qt needs, and a row gets as many cells as the longest one has.
+// Each table in a table doubles what Qt needs, and a row gets as many cells as the longest one has. A cell over several
+// columns or rows, at most nine, counts for as many tags more.
 constexpr qsizetype mostTables = 4;
-constexpr qsizetype mostTagsWithTables = 200;
+constexpr qsizetype mostTagsWithTables = 100;
+constexpr qsizetype tagsOfSpan = 9;
 
 QRegularExpression regular(const char *pattern)
 {
@@ -24,8 +26,10 @@ bool hasHeavyTables(const QString &html, qsizetype tags)
     static const QRegularExpression table = regular("<\\s*table\\b");
     static const QRegularExpression anyOfTables = regular("<\\s*t(able|r|d|h)\\b");
     static const QRegularExpression span = regular("\\b(col|row)span\\b");
+    static const QRegularExpression wideSpan = regular("\\b(col|row)span\\b[^\\d>]*\\d\\d");
     return html.contains(anyOfTables)
-        && (tags > mostTagsWithTables || html.count(table) > mostTables || html.contains(span));
+        && (tags + tagsOfSpan * html.count(span) > mostTagsWithTables || html.count(table) > mostTables
+            || html.contains(wideSpan));
 }
 
 bool isHeavy(const QString &html)
