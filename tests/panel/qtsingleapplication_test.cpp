@@ -339,6 +339,7 @@ void QtSingleApplicationTest::oneOfManyStartsWins()
         if (!probe->ended())
             QTRY_COMPARE_WITH_TIMEOUT(probe->messages(), count - 1, patience);
     }
+    // Each waits for the first one's start too, and for its turn among all the others.
     QVERIFY2(slowest < tolerance, qPrintable(QString::number(slowest)));
     qInfo("%d starts; the slowest acknowledgement took %d ms", count, slowest);
 }

@@ -21,8 +21,10 @@ namespace {
 
 constexpr int often = 20;
 
-// What the worker does may take a moment, also on a machine that stands still now and then; what hangs, hangs for ever.
-constexpr int soonMs = 30'000;
+// What the worker does may take a moment, also on a machine that stands still now and then; hanging takes longer.
+constexpr int soonMs = 10'000;
+
+constexpr int patienceMs = 30'000;
 
 const QString feed = QStringLiteral("/feed.json");
 const QString package = QStringLiteral("/package.exe");
@@ -298,7 +300,7 @@ private:
         ServiceLog::forget();
         auto service = std::make_unique<UpdateSoftware>();
         const bool over = QTest::qWaitFor(
-            [] { return ServiceLog::contains(QStringLiteral("UpdateInformation: end of replyFinished")); }, soonMs);
+            [] { return ServiceLog::contains(QStringLiteral("UpdateInformation: end of replyFinished")); }, patienceMs);
         return over ? std::move(service) : nullptr;
     }
 
@@ -311,14 +313,14 @@ private:
         const UpdateSoftwareProbe probe(*service);
         const int before = m_server->requests();
         Q_EMIT service->readiedDownloadFile(m_server->url(package));
-        const bool asked = QTest::qWaitFor([&] { return m_server->requests() == before + 1; }, soonMs);
+        const bool asked = QTest::qWaitFor([&] { return m_server->requests() == before + 1; }, patienceMs);
         // Progress is told now and then only, so bytes go on coming.
         const bool shown = QTest::qWaitFor(
             [&] {
                 m_server->send("x");
                 return probe.downloadButton() != nullptr && probe.downloadButton()->isEnabled();
             },
-            soonMs);
+            patienceMs);
         return asked && shown ? std::move(service) : nullptr;
     }
 
