@@ -19,6 +19,9 @@ QString panelSettingsFile()
 
 QSettings openPanelSettings()
 {
-    settingsfile::prepare(panelSettingsFile());
-    return QSettings(QSettings::IniFormat, QSettings::UserScope, identity::organizationName, identity::applicationName);
+    // By its name: opened by organisation and application, what it lacks would be looked up in files of the whole
+    // machine, which others may write.
+    const QString file = panelSettingsFile();
+    settingsfile::prepare(file);
+    return QSettings(file, QSettings::IniFormat);
 }

@@ -4,7 +4,7 @@
 
 /**
  * Opens the panel's own settings: the user's INI file "VELMAR/KD-MXSeries.ini" in the place that Qt uses for it (the
- * roaming application-data folder on Windows, $XDG_CONFIG_HOME or ~/.config on Linux).
+ * roaming application-data folder on Windows, $XDG_CONFIG_HOME or ~/.config on Linux), and no other file.
  *
  * Write with settingsfile::saveValue(). Groups in use: "PopupMessage" (which reminders are shown) and "Update" (what
  * the update service is not to offer again).

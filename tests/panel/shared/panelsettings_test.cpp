@@ -1,9 +1,11 @@
 #include "panelsettings.h"
 
+#include "identity.h"
 #include "settingsfile.h"
 #include "storedsettings.h"
 
 #include <QFile>
+#include <QFileInfo>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -27,6 +29,20 @@ private Q_SLOTS:
         QCOMPARE(openPanelSettings().format(), QSettings::IniFormat);
         QCOMPARE(openPanelSettings().scope(), QSettings::UserScope);
         QCOMPARE(openPanelSettings().fileName(), stored::panelFile());
+    }
+
+    void areLookedUpInNoOtherFile()
+    {
+        const QTemporaryDir machine;
+        QSettings::setPath(QSettings::IniFormat, QSettings::SystemScope, machine.path());
+        const QString user = QFileInfo(stored::panelFile()).path() + QStringLiteral(".ini");
+        for (const QString &file : {user, machine.filePath(QStringLiteral("VELMAR.ini")),
+                                    machine.filePath(QStringLiteral("VELMAR/KD-MXSeries.ini"))})
+            stored::write(file, "[Update]\nJsonUrl=\"https://other.example/\"\n");
+        const QSettings byNames(QSettings::IniFormat, QSettings::UserScope, identity::organizationName,
+                                identity::applicationName);
+        QVERIFY(byNames.contains(QStringLiteral("Update/JsonUrl")));
+        QVERIFY(!openPanelSettings().contains(QStringLiteral("Update/JsonUrl")));
     }
 
     void writingMakesTheFile()
