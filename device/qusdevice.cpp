@@ -73,12 +73,12 @@ QUSDevice::~QUSDevice()
     delete m_thread;
 }
 
-/// Whether the worker's thread has ended in time.
+/// Whether the worker's thread has ended in time. What counts are turns: a machine that stands still in one of them is
+/// no worker that hangs.
 bool QUSDevice::waitForWorker()
 {
-    const QDeadlineTimer limit(endLimit_ms);
     bool hasEnded = false;
-    while (!hasEnded && !limit.hasExpired()) {
+    for (int turn = 0; turn < endLimit_ms / cancelInterval_ms && !hasEnded; ++turn) {
         m_gate->cancel();
         hasEnded = m_thread->waitForEnd(QDeadlineTimer(cancelInterval_ms));
     }

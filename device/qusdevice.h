@@ -29,7 +29,8 @@ Q_DECLARE_METATYPE(usmsg_data_ch_type_t)
  * next request, so whoever needs an answer asks again.
  *
  * May be made before the application object and may outlive it; requests made early are carried out once there is one.
- * One at a time in a process: the device link knows one unit, and the end of a device refuses all transfers meanwhile.
+ * One at a time in a process talks to the unit: the device link knows one unit, and while a device ends, all transfers
+ * are refused.
  * Belongs to the thread that makes it, and is called and emits there. Rests on usctl.h and Qt Core.
  *
  * A failed transfer is no error to the user: it resets what was announced about the unit's identity (version and build

@@ -93,6 +93,7 @@ private Q_SLOTS:
 
     void aUnitPluggedInLaterIsPickedUpByTheNextTransfer()
     {
+        // Beside the panel's own, which has nothing to say to the unit.
         QUSDevice device;
         QCOMPARE(versionNow(device), uint16_t(0));
         choose(*m_window, QStringLiteral(" 512 Samples"));
