@@ -166,7 +166,7 @@ void QUSDevice::set_u32(uint32_t value)
 
 bool QUSDevice::set_input_switch(uint32_t ch_type, uint8_t ch_no, uint8_t value)
 {
-    if (ch_type != USMSG_DATA_CH_ANALOG_IN || ch_no < 1 || ch_no > audioInputs)
+    if (ch_type != USMSG_DATA_CH_ANALOG_IN || ch_no < 1 || ch_no > requests::audioInputs)
         return false;
     if (m_settings.inputSwitches[ch_no - 1].store(ch_type, ch_no, value))
         sendRequests();
@@ -175,7 +175,7 @@ bool QUSDevice::set_input_switch(uint32_t ch_type, uint8_t ch_no, uint8_t value)
 
 bool QUSDevice::set_input_volume(uint32_t ch_type, uint8_t ch_no, uint8_t value)
 {
-    if (ch_type != USMSG_DATA_CH_DIRECTMONITOR_OUT || ch_no != monitorNumber)
+    if (ch_type != USMSG_DATA_CH_DIRECTMONITOR_OUT || ch_no != requests::monitorNumber)
         return false;
     if (m_settings.inputVolume.store(ch_type, ch_no, value))
         sendRequests();
@@ -243,7 +243,7 @@ void QUSDevice::sendRequests()
     uint8_t bytes[USMSG_MAX_SIZE] = {};
     usmsg_buf_t message;
     usmsg_init(&message, bytes, sizeof(bytes));
-    appendRequests(&m_queries, &m_settings, &message);
+    requests::appendRequests(&m_queries, &m_settings, &message);
     if (message.pos == 0)
         return;
     usmsg_put(&message, USMSG_ID_END, USMSG_DATA_TYPE_END, 0, 0);

@@ -190,7 +190,7 @@ private:
     int m_sendState = Idle;
     int m_receiveState = Idle;
     uint8_t m_unitReady = 0;
-    Queries m_queries;
+    requests::Queries m_queries;
     uint16_t m_version = 0;
     uint16_t m_build = 0;
     QString m_buildDate;
@@ -199,6 +199,6 @@ private:
     QPointer<DeviceThread> m_thread;
     uint8_t m_deselected = 0;
     uint8_t m_selected = 0;
-    Settings m_settings;
+    requests::Settings m_settings;
     std::unique_ptr<TransferGate> m_gate;
 };

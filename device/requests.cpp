@@ -2,6 +2,8 @@
 
 #include "usctl.h"
 
+namespace requests {
+
 namespace {
 
 bool append(usmsg_buf_t *message, uint32_t id, uint32_t type, uint32_t value)
@@ -121,3 +123,5 @@ void appendRequests(Queries *queries, Settings *settings, usmsg_buf_t *message)
     appendMonitorQuery(message, &queries->fader, USMSG_ID_GET_FADER);
     appendSettings(message, settings);
 }
+
+} // namespace requests

@@ -5,11 +5,11 @@
 #include <cstdint>
 
 /**
- * @file
  * The requests to the unit that wait for a message, and how they are packed into one.
  *
  * Plain data: the owner decides when a message is made and what becomes of it. Zeroed, nothing is pending.
  */
+namespace requests {
 
 /// The one channel of the direct monitor of inputs 1-2, on which monitor mode, input volume and fader lie.
 inline constexpr uint8_t monitorNumber = 1;
@@ -74,3 +74,5 @@ struct Settings
  * @param message  not ended by this function
  */
 void appendRequests(Queries *queries, Settings *settings, usmsg_buf_t *message);
+
+} // namespace requests

@@ -28,7 +28,7 @@ void UnitControls::monitorStereo(bool stereo, uint8_t tag)
 void UnitControls::inputVolume(uint8_t volume)
 {
     qDebug("Input Volume:%d", volume);
-    m_device->set_input_volume(USMSG_DATA_CH_DIRECTMONITOR_OUT, monitorNumber, volume);
+    m_device->set_input_volume(USMSG_DATA_CH_DIRECTMONITOR_OUT, requests::monitorNumber, volume);
 }
 
 void UnitControls::autoPowerSave(bool on)

@@ -12,8 +12,8 @@ using Bytes = std::vector<uint8_t>;
 /// Everything that can be pending, with values that tell the settings apart.
 struct Pending
 {
-    Queries queries;
-    Settings settings;
+    requests::Queries queries;
+    requests::Settings settings;
 };
 
 Pending everything()
@@ -35,7 +35,7 @@ Bytes message_of(Pending *pending, size_t size)
     Bytes bytes(size + 1, 0xEE); // one more, that must stay
     usmsg_buf_t message;
     usmsg_init(&message, bytes.data(), static_cast<uint8_t>(size));
-    printed([&] { appendRequests(&pending->queries, &pending->settings, &message); });
+    printed([&] { requests::appendRequests(&pending->queries, &pending->settings, &message); });
     EXPECT_EQ(bytes.back(), 0xEE);
     bytes.resize(message.pos);
     return bytes;
@@ -248,7 +248,7 @@ TEST(Requests, aFaderQueryIsTriedBehindMutesThatDoNotFit)
 
 TEST(ChannelSettings, arePendingOnlyWhenTheyChange)
 {
-    ChannelSetting setting;
+    requests::ChannelSetting setting;
     EXPECT_FALSE(setting.store(USMSG_DATA_CH_ANALOG_IN, 1, 0));
     EXPECT_EQ(setting.pending, 0);
     EXPECT_TRUE(setting.store(USMSG_DATA_CH_ANALOG_IN, 1, 1));

@@ -34,12 +34,12 @@ std::string clean(QString text)
 
 bool is_direct_monitor(usmsg_data_ch_t channel, uint8_t number)
 {
-    return channel == USMSG_DATA_CH_DIRECTMONITOR_OUT && number == monitorNumber;
+    return channel == USMSG_DATA_CH_DIRECTMONITOR_OUT && number == requests::monitorNumber;
 }
 
 bool is_audio_input(usmsg_data_ch_t channel, uint8_t number)
 {
-    return channel == USMSG_DATA_CH_ANALOG_IN && number >= 1 && number <= audioInputs;
+    return channel == USMSG_DATA_CH_ANALOG_IN && number >= 1 && number <= requests::audioInputs;
 }
 
 } // namespace
