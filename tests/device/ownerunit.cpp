@@ -5,6 +5,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <cstdio>
 #include <cstdlib>
 #include <string_view>
 #include <thread>
@@ -86,6 +87,18 @@ void noText(uint32_t, char16_t *text, uint32_t)
     text[0] = 0;
 }
 
+std::string_view nameOfUnit()
+{
+    const char *const named = std::getenv("KDMX_OWNER_UNIT");
+    return named != nullptr ? named : "ready";
+}
+
+/// Whether a device has ended without its worker: it then leaves its gate over the platform.
+bool isWorkerLeftBehind()
+{
+    return usplatform() != usplatform_unwatched();
+}
+
 Control controlOf(std::string_view name)
 {
     if (name == "slow")
@@ -103,8 +116,7 @@ Control controlOf(std::string_view name)
 
 OwnerUnit::OwnerUnit()
 {
-    const char *const named = std::getenv("KDMX_OWNER_UNIT");
-    const std::string_view name = named != nullptr ? named : "ready";
+    const std::string_view name = nameOfUnit();
     virtualunit_init(&unit);
     platform = *virtualplatform::with(name == "absent" ? nullptr : &unit, virtualplatform::Pauses::Real);
     answer = platform.control;
@@ -119,10 +131,12 @@ OwnerUnit::OwnerUnit()
 
 OwnerUnit::~OwnerUnit()
 {
+    const std::string_view name = nameOfUnit();
+    if (isWorkerLeftBehind() != (name == "hung" || name == "late"))
+        std::fprintf(stderr, "%s\n", isWorkerLeftBehind() ? "The worker was left behind" : "Nothing was in flight");
     isTakenDown.store(true);
     // Whoever waited for a transfer in vain, and gave up, now sees it end: give it the time to do harm.
-    const char *const named = std::getenv("KDMX_OWNER_UNIT");
-    if (named != nullptr && std::string_view(named) == "late")
+    if (name == "late")
         std::this_thread::sleep_for(std::chrono::milliseconds(200));
 }
 

@@ -14,7 +14,8 @@
  *     hung         no transfer ever ends
  *     late         no transfer ends until the program's last objects are taken down
  *
- * Make it before the device: it must outlive it.
+ * Make it before the device: it must outlive it. At its end it complains on standard error when the device has ended
+ * without its worker, as none but those of a hung or late unit may.
  */
 class OwnerUnit
 {

@@ -21,6 +21,8 @@ private Q_SLOTS:
     void emptyDataIsNoReport();
     void requestWhileNotReadyOnlyReads();
     void readyUnitGetsTheRequest();
+    void readyFlagHasAnyType_data();
+    void readyFlagHasAnyType();
     void everyRequestLeadsToItsMessage_data();
     void everyRequestLeadsToItsMessage();
     void requestsThatWaitShareAMessage();
@@ -35,6 +37,7 @@ private Q_SLOTS:
     void failedReadStillAsksAgain();
     void resetSendsNothing();
     void signalsAndSlotsHaveTheirPlaces();
+    void queuedSignalsCarryTheChannel();
 };
 
 namespace {
@@ -91,7 +94,12 @@ void QUSDeviceTest::elementsAreAnnounced_data()
     row("build time of another type", {0x36, 1}, line("time ''"));
     row("debug text", {0x12, 5, 2, 'o', 'k'}, line("debug 'ok'"));
     row("debug text of another type", {0x12, 2, 65}, line("debug ''"));
-    row("numbers as byte strings", {0x18, 5, 2, 1, 2, 0x32, 5, 1, 1}, {line("hz 0") + line("version 0")});
+    row("numbers as byte strings", {0x18, 5, 2, 1, 2, 0x32, 5, 1, 1, 0x33, 5, 1, 1},
+        {line("hz 0") + line("version 0") + line("build 0")});
+    row("channel as byte strings", {0x61, 5, 1, 4, 0x62, 5, 1, 2, 0xC3, 2, 1}, line("mute 0/0 1"));
+    row("values of a channel as byte strings", {0xC1, 5, 1, 9, 0xC3, 5, 1, 1, 0xC6, 5, 1, 4},
+        {line("fader 0/0 0") + line("mute 0/0 0") + line("stereo 0/0 0")});
+    row("stereo as a wide number", {0xC6, 3, 4, 1}, line("stereo 0/0 260"));
     row("what nobody knows", {0x28, 4, 1, 2, 3, 4, 0x37, 5, 1, 'x', 0xFE, 1}, {});
 }
 
@@ -174,6 +182,30 @@ void QUSDeviceTest::readyUnitGetsTheRequest()
     front.deliverReady();
     QCOMPARE(front.sent, std::vector<Bytes>({{0x18, 1, 0, 0}}));
     QCOMPARE(front.reads, 1);
+}
+
+void QUSDeviceTest::readyFlagHasAnyType_data()
+{
+    QTest::addColumn<std::vector<uint8_t>>("flag");
+    QTest::addColumn<bool>("isReady");
+    QTest::newRow("byte") << Bytes{0xA1, 2, 7} << true;
+    QTest::newRow("byte, 0") << Bytes{0xA1, 2, 0} << false;
+    QTest::newRow("16 bits, low byte 0") << Bytes{0xA1, 3, 0, 1} << true;
+    QTest::newRow("16 bits, 0") << Bytes{0xA1, 3, 0, 0} << false;
+    QTest::newRow("32 bits, low bytes 0") << Bytes{0xA1, 4, 0, 0, 0, 1} << true;
+    QTest::newRow("32 bits, 0") << Bytes{0xA1, 4, 0, 0, 0, 0} << false;
+    QTest::newRow("without a value") << Bytes{0xA1, 1} << false;
+    QTest::newRow("byte string") << Bytes{0xA1, 5, 1, 1} << false;
+}
+
+void QUSDeviceTest::readyFlagHasAnyType()
+{
+    QFETCH(std::vector<uint8_t>, flag);
+    QFETCH(bool, isReady);
+    Front front;
+    front.device.request_hz();
+    front.deliver(flag);
+    QCOMPARE(front.sent.size(), size_t{isReady ? 1U : 0U});
 }
 
 void QUSDeviceTest::everyRequestLeadsToItsMessage_data()
@@ -357,6 +389,22 @@ void QUSDeviceTest::signalsAndSlotsHaveTheirPlaces()
                             "recv_us_send_result(bool) recv_us_recv_result(bool,QByteArray)"));
     QVERIFY(QMetaType::fromName("usmsg_data_ch_t").isValid());
     QVERIFY(QMetaType::fromName("usmsg_data_ch_type_t").isValid());
+}
+
+void QUSDeviceTest::queuedSignalsCarryTheChannel()
+{
+    Front front;
+    QList<uint> heard;
+    connect(
+        &front.device, &QUSDevice::sig_recv_stereo, this,
+        [&heard](usmsg_data_ch_t ch, uint8_t number, usmsg_data_ch_type_t mode) {
+            heard = {ch, number, mode};
+        },
+        Qt::QueuedConnection);
+    front.deliver({0x61, 2, 5, 0x62, 2, 1, 0xC6, 2, 4});
+    QVERIFY(heard.isEmpty());
+    QCoreApplication::processEvents();
+    QCOMPARE(heard, QList<uint>({5, 1, 4}));
 }
 
 QTEST_GUILESS_MAIN(QUSDeviceTest)
