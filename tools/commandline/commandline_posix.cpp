@@ -8,4 +8,8 @@ std::vector<std::string> arguments(int count, char **values)
     return count > 1 ? std::vector<std::string>(values + 1, values + count) : std::vector<std::string>();
 }
 
+// Terminals show what they are set up for.
+Utf8Console::Utf8Console() = default;
+Utf8Console::~Utf8Console() = default;
+
 } // namespace commandline

@@ -22,7 +22,6 @@ std::string utf8(const wchar_t *text)
 // What main() is given stands in the code page of the system, which cannot express every file name.
 std::vector<std::string> arguments(int, char **)
 {
-    SetConsoleOutputCP(CP_UTF8);
     int count = 0;
     wchar_t **const values = CommandLineToArgvW(GetCommandLineW(), &count);
     std::vector<std::string> arguments;
@@ -30,6 +29,19 @@ std::vector<std::string> arguments(int, char **)
         arguments.push_back(utf8(values[index]));
     LocalFree(values);
     return arguments;
+}
+
+Utf8Console::Utf8Console()
+    : m_before(GetConsoleOutputCP())
+{
+    SetConsoleOutputCP(CP_UTF8);
+}
+
+Utf8Console::~Utf8Console()
+{
+    // 0 where there is no console.
+    if (m_before != 0)
+        SetConsoleOutputCP(m_before);
 }
 
 } // namespace commandline

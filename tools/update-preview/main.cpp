@@ -112,5 +112,6 @@ ExitCode begin(const Arguments &arguments)
 
 int main(int count, char **values)
 {
+    const commandline::Utf8Console console;
     return static_cast<int>(begin(parseArguments(commandline::arguments(count, values))));
 }

@@ -213,6 +213,7 @@ int run(const arguments_t &arguments)
 
 int main(int count, char **values)
 {
+    const commandline::Utf8Console console;
     const std::vector<std::string> texts = commandline::arguments(count, values);
     if (texts.size() == 1 && (texts[0] == "--help" || texts[0] == "-h")) {
         std::fputs(usage, stdout);
