@@ -1,6 +1,6 @@
 #include "virtualplatform.h"
 
-#include "usbdevs_win.h"
+#include "driverrequest.h"
 
 #include <algorithm>
 #include <chrono>
@@ -36,20 +36,7 @@ constexpr uint32_t other_devices = all_devices - 1;
 constexpr std::u16string_view control_path = u"\\\\?\\virtual#kd-mx#1#{65e8773e-8f56-11d0-a3b9-00a0c9223196}\\kd-mx";
 constexpr intptr_t control_handle = 0x4B44;
 
-// The driver's request, byte for byte: the link's own structure is not used, so that its layout is checked as well.
-constexpr uint32_t direction_at = 0;
-constexpr uint32_t length_at = 4;
-constexpr uint32_t function_at = 8;
-constexpr uint32_t value_at = 10;
-constexpr uint32_t index_at = 12;
-constexpr uint32_t reserved_at = 14;
-constexpr uint32_t request_at = 15;
-constexpr uint32_t data_at = 16;
-constexpr uint32_t smallest_request = 20;
 constexpr uint32_t transfer_code = 0x222000;
-constexpr uint32_t driver_function = 23;
-constexpr uint32_t write_request = 29;
-constexpr uint32_t read_request = 30;
 
 /// What is plugged in and what has happened.
 struct state_t
@@ -176,43 +163,6 @@ void close(intptr_t)
     --state.open_handles;
 }
 
-uint32_t number_at(const uint8_t *bytes, uint32_t size)
-{
-    uint32_t number = 0;
-    for (uint32_t index = size; index > 0; --index)
-        number = number << 8 | bytes[index - 1];
-    return number;
-}
-
-bool is_zero(const uint8_t *begin, const uint8_t *end)
-{
-    return std::all_of(begin, end, [](uint8_t byte) { return byte == 0; });
-}
-
-/// Whether the fields are right that every request has.
-bool is_request(const uint8_t *in, uint32_t in_length, uint32_t direction, uint32_t request)
-{
-    return in_length >= smallest_request && number_at(in + direction_at, 4) == direction
-        && number_at(in + function_at, 2) == driver_function && number_at(in + value_at, 2) == 0
-        && number_at(in + index_at, 2) == 0 && in[reserved_at] == 0 && in[request_at] == request;
-}
-
-bool is_write(const uint8_t *in, uint32_t in_length, uint32_t out_length)
-{
-    if (!is_request(in, in_length, 0, write_request) || out_length != 0)
-        return false;
-    const uint32_t length = number_at(in + length_at, 4);
-    return length >= 1 && length <= VIRTUALUNIT_BLOCK_SIZE && in_length == std::max(data_at + length, smallest_request)
-        && is_zero(in + data_at + length, in + in_length);
-}
-
-bool is_read(const uint8_t *in, uint32_t in_length, uint32_t out_length)
-{
-    return is_request(in, in_length, 1, read_request) && in_length == smallest_request
-        && out_length == VIRTUALUNIT_BLOCK_SIZE && number_at(in + length_at, 4) == 0
-        && is_zero(in + data_at, in + in_length);
-}
-
 /// The outcome of a transfer as a system tells it: 1, or 0 and an error code.
 int outcome(virtualunit_result_t result)
 {
@@ -234,13 +184,17 @@ int control(intptr_t handle, uint32_t code, const void *in, uint32_t in_length, 
             uint32_t *returned)
 {
     *returned = 0;
-    const auto *const bytes = static_cast<const uint8_t *>(in);
     if (handle != control_handle || code != transfer_code)
         return fail(USPLATFORM_ERROR_IO);
-    if (is_write(bytes, in_length, out_length))
-        return outcome(virtualunit_write(state.unit, bytes + data_at, number_at(bytes + length_at, 4)));
-    if (is_read(bytes, in_length, out_length))
+    const auto request = driverrequest::parse(static_cast<const uint8_t *>(in), in_length, out_length);
+    switch (request.kind) {
+    case driverrequest::Kind::Write:
+        return outcome(virtualunit_write(state.unit, request.data, request.length));
+    case driverrequest::Kind::Read:
         return outcome(virtualunit_read(state.unit, static_cast<uint8_t *>(out), returned));
+    case driverrequest::Kind::Invalid:
+        break;
+    }
     return fail(USPLATFORM_ERROR_IO);
 }
 

@@ -88,7 +88,7 @@ int plug_into(int port, int socket)
         return errno;
     // One write, since each is a request of its own.
     const ssize_t written = write(file, request.data(), request.size());
-    const int error = written == static_cast<ssize_t>(request.size()) ? 0 : errno;
+    const int error = written < 0 ? errno : written == static_cast<ssize_t>(request.size()) ? 0 : EIO;
     close(file);
     return error;
 }

@@ -2,7 +2,8 @@
 
 #include <cstdint>
 
-/// The requests of the unit's I/O control, as bytes: which of them a driver takes.
+/// The requests of the driver's I/O control, as bytes: which of them it takes. Also part of a kernel-mode driver, so
+/// without any library.
 namespace driverrequest {
 
 enum class Kind {
