@@ -25,13 +25,6 @@ constexpr std::u16string_view control_suffix = u"\\kd-mx";
 constexpr usplatform_class_t audio_class = {
     0x65E8773E, 0x8F56, 0x11D0, {0xA3, 0xB9, 0x00, 0xA0, 0xC9, 0x22, 0x31, 0x96}};
 
-constexpr uint32_t direction_write = 0;
-constexpr uint32_t direction_read = 1;
-constexpr uint16_t driver_function = 23;
-
-// The driver takes no request without data: four bytes follow the header at least.
-constexpr uint32_t smallest_request = sizeof(usdev_request_t) + 4;
-
 /// Whether two zero-terminated texts are equal; the first may be null and is then equal to nothing.
 bool equal(const char16_t *left, const char16_t *right)
 {
@@ -144,12 +137,14 @@ bool probe(usdev_list_t *list, uint8_t number)
 
 usdev_request_t request_header(uint32_t direction, uint32_t length, uint8_t request, uint16_t value, uint16_t index)
 {
-    return {direction, length, driver_function, value, index, 0, request};
+    return {direction, length, USDEV_FUNCTION, value, index, 0, request};
 }
 
 int write_through(intptr_t handle, const usdev_request_t &header, const uint8_t *data)
 {
-    const uint32_t size = std::max<uint32_t>(sizeof(header) + header.length, smallest_request);
+    if (header.length > UINT32_MAX - sizeof(header))
+        return print_error(module_path);
+    const uint32_t size = std::max<uint32_t>(sizeof(header) + header.length, USDEV_SMALLEST_REQUEST);
     auto *const buffer = static_cast<uint8_t *>(usplatform()->allocate(size));
     if (buffer == nullptr)
         return print_error(module_path);
@@ -242,7 +237,8 @@ int usdev_write(const usdev_t *device, uint8_t request, uint16_t value, uint16_t
     const intptr_t handle = usdev_open(device->path);
     if (handle == USPLATFORM_INVALID_HANDLE)
         return print_error(module_path);
-    const int result = write_through(handle, request_header(direction_write, length, request, value, index), data);
+    const int result =
+        write_through(handle, request_header(USDEV_DIRECTION_WRITE, length, request, value, index), data);
     usplatform()->close(handle);
     return result;
 }
@@ -254,8 +250,8 @@ int usdev_read(const usdev_t *device, uint8_t request, uint16_t value, uint16_t 
     const intptr_t handle = usdev_open(device->path);
     if (handle == USPLATFORM_INVALID_HANDLE)
         return 1;
-    uint8_t input[smallest_request] = {};
-    const usdev_request_t header = request_header(direction_read, 0, request, value, index);
+    uint8_t input[USDEV_SMALLEST_REQUEST] = {};
+    const usdev_request_t header = request_header(USDEV_DIRECTION_READ, 0, request, value, index);
     std::memcpy(input, &header, sizeof(header));
     const int result = usdev_ioctl(handle, input, sizeof(input), buffer, length);
     usplatform()->close(handle);

@@ -29,6 +29,15 @@ inline constexpr uint8_t USDEV_REQ_WRITE = 29;
 /// Request number of a read.
 inline constexpr uint8_t USDEV_REQ_READ = 30;
 
+/// Function code of the driver, in the transfer header.
+inline constexpr uint16_t USDEV_FUNCTION = 23;
+
+/// Direction of a transfer from the host to the unit, in the transfer header.
+inline constexpr uint32_t USDEV_DIRECTION_WRITE = 0;
+
+/// Direction of a transfer from the unit to the host.
+inline constexpr uint32_t USDEV_DIRECTION_READ = 1;
+
 /// One device slot. Zeroed, it names no device.
 struct usdev_t
 {
@@ -47,9 +56,9 @@ struct usdev_list_t
 /// The header before the data of every I/O control, as it goes to the driver: little-endian, no gaps.
 struct usdev_request_t
 {
-    uint32_t direction; ///< 0 host to unit, 1 unit to host
+    uint32_t direction; ///< USDEV_DIRECTION_WRITE or USDEV_DIRECTION_READ
     uint32_t length; ///< bytes that follow the header in a write; 0 in a read
-    uint16_t function; ///< function code of the driver, always 23
+    uint16_t function; ///< always USDEV_FUNCTION
     uint16_t value; ///< always 0
     uint16_t index; ///< always 0
     uint8_t reserved; ///< 0
@@ -58,6 +67,9 @@ struct usdev_request_t
 #pragma pack(pop)
 
 static_assert(sizeof(usdev_request_t) == 16, "the driver takes a header of 16 bytes");
+
+/// The least that the driver takes: four bytes follow the header, also where there is no data.
+inline constexpr uint32_t USDEV_SMALLEST_REQUEST = sizeof(usdev_request_t) + 4;
 
 /**
  * Prepares a scan from the first slot number; the slots stay as they are.

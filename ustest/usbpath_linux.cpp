@@ -11,16 +11,6 @@ constexpr std::u16string_view scheme = u"usb:";
 constexpr std::u16string_view interface_reference = u"\\global";
 constexpr std::u16string_view control_reference = u"\\kd-mx";
 
-/// The number that a text consists of, without sign or blanks.
-std::optional<uint32_t> number(std::string_view digits)
-{
-    uint32_t value = 0;
-    const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), value);
-    if (error != std::errc() || end != digits.data() + digits.size())
-        return std::nullopt;
-    return value;
-}
-
 /// Takes the text before a separator, or all of it, off the front.
 std::string_view take_until(char separator, std::string_view *text)
 {
@@ -36,6 +26,15 @@ std::u16string widened(std::string_view name)
 }
 
 } // namespace
+
+std::optional<uint32_t> number(std::string_view digits)
+{
+    uint32_t value = 0;
+    const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), value);
+    if (error != std::errc() || end != digits.data() + digits.size())
+        return std::nullopt;
+    return value;
+}
 
 std::optional<Place> place(std::string_view name)
 {

@@ -17,6 +17,9 @@ namespace usbpath {
 /// The numbers of a name: the bus, then the ports from the bus to the device. Compares in the order of a scan.
 using Place = std::vector<uint32_t>;
 
+/// The number that a text consists of, without sign or blanks; none for any other text.
+std::optional<uint32_t> number(std::string_view digits);
+
 /// The place that a name stands for; none for what names no device: root hubs ("usb1"), interfaces ("1-2:1.0").
 std::optional<Place> place(std::string_view name);
 

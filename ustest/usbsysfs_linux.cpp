@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <charconv>
 #include <cstdio>
 #include <dirent.h>
 #include <fcntl.h>
@@ -42,15 +41,6 @@ std::string attribute(const std::string &folder, const std::string &device, cons
     std::string value(text, static_cast<size_t>(length));
     if (value.ends_with('\n'))
         value.pop_back();
-    return value;
-}
-
-std::optional<uint32_t> number(const std::string &digits)
-{
-    uint32_t value = 0;
-    const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), value);
-    if (error != std::errc() || end != digits.data() + digits.size())
-        return std::nullopt;
     return value;
 }
 
@@ -136,8 +126,8 @@ std::optional<Address> unit_address(const std::string &folder, const std::string
     // Another device may have taken the place since the scan.
     if (!is_unit(read_device(folder, name)))
         return std::nullopt;
-    const std::optional<uint32_t> bus = number(attribute(folder, name, "busnum"));
-    const std::optional<uint32_t> device = number(attribute(folder, name, "devnum"));
+    const std::optional<uint32_t> bus = usbpath::number(attribute(folder, name, "busnum"));
+    const std::optional<uint32_t> device = usbpath::number(attribute(folder, name, "devnum"));
     if (!bus || !device)
         return std::nullopt;
     return Address{*bus, *device};

@@ -20,14 +20,6 @@ namespace {
 
 using Set = std::vector<usbsysfs::Device>;
 
-// The function of the driver that moves data: the vendor request of the header, addressed to the device.
-constexpr uint16_t transfer_function = 23;
-constexpr uint32_t direction_write = 0;
-constexpr uint32_t direction_read = 1;
-
-// The driver takes a header and at least four bytes behind it.
-constexpr uint32_t smallest_request = sizeof(usdev_request_t) + 4;
-
 // More than a control transfer can name.
 constexpr uint32_t longest_transfer = UINT16_MAX;
 
@@ -172,17 +164,17 @@ int control(intptr_t handle, uint32_t code, const void *in, uint32_t in_length, 
 {
     *returned = 0;
     usdev_request_t header;
-    if (code != USDEV_IOCTL_TRANSFER || in_length < smallest_request)
+    if (code != USDEV_IOCTL_TRANSFER || in_length < USDEV_SMALLEST_REQUEST)
         return fail(error_invalid_parameter);
     std::memcpy(&header, in, sizeof(header));
-    if (header.function != transfer_function)
+    if (header.function != USDEV_FUNCTION)
         return fail(error_invalid_parameter);
     auto *const connection = reinterpret_cast<usbtransfer::Connection *>(handle);
     switch (header.direction) {
-    case direction_write:
+    case USDEV_DIRECTION_WRITE:
         return write(connection, header, static_cast<const uint8_t *>(in) + sizeof(header),
                      in_length - static_cast<uint32_t>(sizeof(header)));
-    case direction_read:
+    case USDEV_DIRECTION_READ:
         return read(connection, header, out, out_length, returned);
     default:
         return fail(error_invalid_parameter);

@@ -126,8 +126,8 @@ int detail(intptr_t set, uint32_t device, const usplatform_class_t *interface_cl
     return read != FALSE ? 1 : 0;
 }
 
-/// Makes the thread that waits for a driver known to cancel(), for as long as this object lives. Of several at the same
-/// time, which only programs with threads of their own have, it is the first.
+/// Registers this thread as the one that cancel() interrupts, for as long as the object lives. If several threads wait
+/// for a driver, the first keeps the place.
 class CancellableThread
 {
 public:

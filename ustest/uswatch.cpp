@@ -14,7 +14,7 @@ constinit const uswatch_t *watches[USWATCH_MAX] = {};
 constinit uint32_t watch_count = 0;
 
 // The error code of a transfer that was refused or has failed, as it was before any watcher ran; 0 when there was none.
-thread_local uint32_t refused_with = 0;
+thread_local uint32_t last_failure = 0;
 
 uint32_t refusal()
 {
@@ -37,16 +37,16 @@ void report(uswatch_transfer_t::kind_t kind, const void *data, uint32_t length, 
 
 uint32_t last_error()
 {
-    return refused_with != 0 ? refused_with : usplatform_unwatched()->last_error();
+    return last_failure != 0 ? last_failure : usplatform_unwatched()->last_error();
 }
 
 intptr_t open(const char16_t *path)
 {
-    refused_with = refusal();
-    const intptr_t handle = refused_with != 0 ? USPLATFORM_INVALID_HANDLE : usplatform_unwatched()->open(path);
+    last_failure = refusal();
+    const intptr_t handle = last_failure != 0 ? USPLATFORM_INVALID_HANDLE : usplatform_unwatched()->open(path);
     if (handle == USPLATFORM_INVALID_HANDLE) {
-        refused_with = last_error();
-        report(uswatch_transfer_t::OPEN, nullptr, 0, refused_with);
+        last_failure = last_error();
+        report(uswatch_transfer_t::OPEN, nullptr, 0, last_failure);
     }
     return handle;
 }
@@ -57,7 +57,7 @@ int control(intptr_t handle, uint32_t code, const void *in, uint32_t in_length, 
     const int succeeded = usplatform_unwatched()->control(handle, code, in, in_length, out, out_length, returned);
     // The code is taken before the watcher runs, and is the same for the link afterwards.
     const uint32_t error = succeeded != 0 ? 0 : usplatform_unwatched()->last_error();
-    refused_with = error;
+    last_failure = error;
     usdev_request_t header;
     if (in_length < sizeof(header))
         return succeeded;
