@@ -24,7 +24,7 @@ Result Command::run_on(const usplatform_t *platform, const Options &options, Tra
     if (options.replay) {
         replayplatform::finish();
         if (replayplatform::deviation() != nullptr)
-            throw session.failure({});
+            throw session.cause().value();
     }
     return result;
 }

@@ -32,6 +32,32 @@ bool is_yes(const std::string &answer)
     return answer == "y" || answer == "Y" || answer == "yes" || answer == "Yes" || answer == "YES";
 }
 
+/// Gives a session back those who watched it before: what watches meanwhile belongs to one function.
+class Watching
+{
+public:
+    explicit Watching(Session *session)
+        : m_session(session)
+        , m_on_transfer(session->on_transfer)
+        , m_must_stop(session->must_stop)
+    {
+    }
+
+    ~Watching()
+    {
+        m_session->on_transfer = m_on_transfer;
+        m_session->must_stop = m_must_stop;
+    }
+
+    Watching(const Watching &) = delete;
+    Watching &operator=(const Watching &) = delete;
+
+private:
+    Session *m_session;
+    std::function<void(const uswatch_transfer_t &)> m_on_transfer;
+    std::function<bool(int)> m_must_stop;
+};
+
 class FirmwareCommand : public Command
 {
 public:
@@ -118,6 +144,7 @@ private:
         bool is_warned = false;
         progress.update(0);
         interrupts::survive_hangup();
+        const Watching watching(session);
         session->on_transfer = [&](const uswatch_transfer_t &transfer) {
             const uint32_t bytes = image_bytes(transfer);
             sent += bytes;
@@ -132,7 +159,6 @@ private:
             return interrupts > 1;
         };
         const int result = usctl_fw_update(session->unit(), m_image.bytes.data(), m_image.size(), nullptr);
-        session->on_transfer = nullptr;
         progress.end();
         if (result != 0)
             throw not_moved(*session, sent);

@@ -1,6 +1,6 @@
 #include "command.h"
 #include "elements.h"
-#include "usexchange.h"
+#include "usctl.h"
 #include "values.h"
 
 #include <algorithm>
@@ -69,11 +69,11 @@ public:
 
     Result run(Session *session, const Options &) override
     {
-        usexchange::message_t message;
-        std::copy(m_message.begin(), m_message.end(), message.bytes);
-        message.buf.pos = static_cast<uint8_t>(m_message.size());
+        uint8_t bytes[USMSG_MAX_SIZE] = {};
+        std::copy(m_message.begin(), m_message.end(), bytes);
+        const usmsg_buf_t message = {bytes, sizeof(bytes), static_cast<uint8_t>(m_message.size())};
         session->check(usctl_wait_ready(session->unit()));
-        session->check(usctl_send(session->unit(), &message.buf));
+        session->check(usctl_send(session->unit(), &message));
 
         const std::string sent = hex(m_message.data(), m_message.size());
         Result result = {"Sent " + count_text(m_message.size(), "byte") + ": " + sent + '\n',
@@ -88,15 +88,16 @@ private:
     {
         if (number > 1)
             usplatform()->sleep(poll_interval_ms);
-        usexchange::message_t block;
-        session->check(usctl_recv(session->unit(), &block.buf));
-        const Message message = decode(block.bytes, sizeof(block.bytes));
+        uint8_t bytes[USMSG_MAX_SIZE] = {};
+        usmsg_buf_t block = {bytes, sizeof(bytes), 0};
+        session->check(usctl_recv(session->unit(), &block));
+        const Message message = decode(bytes, sizeof(bytes));
         result->text += "Block " + std::to_string(number) + '\n' + lines_of(message);
 
         Json elements = Json::array();
         for (const Element &element : message.elements)
             elements.push_back(json_of(element));
-        Json json = {{"hex", hex(block.bytes, sizeof(block.bytes))}, {"elements", elements}};
+        Json json = {{"hex", hex(bytes, sizeof(bytes))}, {"elements", elements}};
         if (!message.flaw.empty())
             json["flaw"] = message.flaw;
         result->json["blocks"].push_back(json);

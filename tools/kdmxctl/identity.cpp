@@ -20,10 +20,8 @@ std::string read_text(Session *session, TextQuery query)
     // A unit may have nothing to say about an item; that it sent the other items tells this from silence.
     if (!session->has_answered())
         session->check(1);
-    const Failure nothing_said = {ExitCode::Done, ""};
-    const Failure failure = session->failure(nothing_said);
-    if (failure.code != ExitCode::Done)
-        throw failure;
+    if (const std::optional<Failure> cause = session->cause())
+        throw *cause;
     return {};
 }
 

@@ -22,7 +22,7 @@ struct Deviation
     std::string actual;
 };
 
-/// @return the one replay of the process, to be given to uswatch_begin()
+/// @return the one replay of the process, to be given to usplatform_use()
 const usplatform_t *with(std::vector<TraceStep> steps);
 
 /// The first deviation so far; null when there is none.

@@ -30,6 +30,11 @@ bool is_unreachable(uint32_t error)
     return is_missing(error) || error == USPLATFORM_ERROR_NOT_CONNECTED || error == USPLATFORM_ERROR_ACCESS_DENIED;
 }
 
+Failure mute()
+{
+    return {ExitCode::Mute, "The unit does not answer."};
+}
+
 Failure failure_of(const replayplatform::Deviation &deviation)
 {
     const std::string place =
@@ -102,8 +107,8 @@ void Session::find()
 {
     usdev_list_init(&m_list);
     const bool is_found = usdev_list_next(&m_list, &m_unit) == 0;
-    if (replayplatform::deviation() != nullptr)
-        throw failure({});
+    if (const replayplatform::Deviation *const deviation = replayplatform::deviation())
+        throw failure_of(*deviation);
     if (m_trace != nullptr)
         m_trace->write({TraceStep::Kind::Find, is_found ? 0U : USPLATFORM_ERROR_NOT_FOUND});
     if (!is_found)
@@ -120,21 +125,21 @@ void Session::probe()
     }
     const bool may_recover = m_read_error == USPLATFORM_ERROR_TRANSIENT || m_read_error == 0;
     if (!may_recover || m_refusal != Refusal::None)
-        throw failure({});
+        throw failure(mute());
 }
 
 void Session::check(int result) const
 {
     if (result != 0 || m_write_error != 0)
-        throw failure({ExitCode::Mute, "The unit does not answer."});
+        throw failure(mute());
 }
 
-Failure Session::failure(const Failure &otherwise) const
+std::optional<Failure> Session::cause() const
 {
-    if (replayplatform::deviation() != nullptr)
-        return failure_of(*replayplatform::deviation());
+    if (const replayplatform::Deviation *const deviation = replayplatform::deviation())
+        return failure_of(*deviation);
     if (m_refusal == Refusal::Interrupted)
-        return {ExitCode::Interrupted, "Interrupted."};
+        return Failure{ExitCode::Interrupted, "Interrupted."};
     if (m_unreachable_error != 0)
         return failure_of(m_unreachable_error);
     if (m_write_error != 0)
@@ -145,11 +150,11 @@ Failure Session::failure(const Failure &otherwise) const
     if (m_read_error != 0)
         return failure_of(m_read_error);
     if (!is_whole_block())
-        return {ExitCode::Failed,
-                "The unit sent a block of " + std::to_string(m_block_length) + " bytes instead of 64."};
+        return Failure{ExitCode::Failed,
+                       "The unit sent a block of " + std::to_string(m_block_length) + " bytes instead of 64."};
     if (m_is_busy)
-        return {ExitCode::Busy, "The unit is busy and did not get ready."};
-    return otherwise;
+        return Failure{ExitCode::Busy, "The unit is busy and did not get ready."};
+    return std::nullopt;
 }
 
 Failure Session::timed_out() const

@@ -58,8 +58,11 @@ public:
      */
     void check(int result) const;
 
-    /// Why the link's work ended without success, judged by what was seen. `otherwise` tells it when nothing was.
-    Failure failure(const Failure &otherwise) const;
+    /// Why the link's work ended without success, judged by what was seen; none when nothing was that would tell.
+    std::optional<Failure> cause() const;
+
+    /// The same, where the work has failed for certain. `otherwise` tells it when nothing was seen.
+    Failure failure(const Failure &otherwise) const { return cause().value_or(otherwise); }
 
     /// Whether the unit has said anything but that it is ready since the last message.
     bool has_answered() const { return m_has_answered; }
