@@ -39,6 +39,7 @@ void begin()
 {
     handle(SIGINT, on_interrupt);
     handle(SIGTERM, on_termination);
+    handle(SIGQUIT, on_termination);
     handle(SIGHUP, on_termination);
 }
 

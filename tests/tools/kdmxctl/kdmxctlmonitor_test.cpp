@@ -331,6 +331,7 @@ void KdmxctlMonitorTest::theTerminalIsGivenBack_data()
     QTest::newRow("SIGINT") << QByteArray() << SIGINT << int{Interrupted};
     QTest::newRow("SIGTERM") << QByteArray() << SIGTERM << int{Interrupted};
     QTest::newRow("SIGHUP") << QByteArray() << SIGHUP << int{Interrupted};
+    QTest::newRow("SIGQUIT") << QByteArray() << SIGQUIT << int{Interrupted};
 }
 
 void KdmxctlMonitorTest::theTerminalIsGivenBack()
