@@ -4,7 +4,7 @@
 
 /**
  * Opens the audio driver's settings of the current user: "blockFrames" and "sampleType" (see identity.h), both at
- * top level.
+ * top level. Beside them lies a copy of the panel's own "WakeUp", which is written and never read.
  *
  * The store belongs to the driver. Open it for one access and drop it at once; write with settingsfile::saveValue().
  *

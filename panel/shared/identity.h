@@ -3,7 +3,7 @@
 #include <QString>
 
 /**
- * Everything that names this program, in one place.
+ * The names and versions that several modules share.
  *
  * The constants have internal linkage: each translation unit that includes this header builds its own copies
  * while static objects are initialised, so a static object of one unit never depends on the order in which

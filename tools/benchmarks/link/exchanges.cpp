@@ -69,7 +69,7 @@ void update_firmware(benchmark::State &state)
 
 BENCHMARK(write_and_read)->Name("transfers/write and read");
 BENCHMARK(set_fader)->Name("transfers/set a fader");
-// In KiB; the link takes up to 4 MiB.
+// In KiB.
 BENCHMARK(update_firmware)->Name("firmware")->Arg(64)->Arg(256)->Arg(1024)->Arg(4096)->Unit(benchmark::kMillisecond);
 
 } // namespace
