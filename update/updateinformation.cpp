@@ -1,5 +1,6 @@
 #include "updateinformation.h"
 
+#include "boundedreply.h"
 #include "installer.h"
 #include "packagefile.h"
 #include "unzipscript.h"
@@ -12,7 +13,6 @@
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
 #include <QNetworkRequest>
-#include <QPointer>
 #include <QTemporaryDir>
 #include <QThread>
 #include <QTimer>
@@ -25,13 +25,9 @@
 namespace {
 
 constexpr int silenceLimit = 60'000;
-constexpr qint64 twoGiB = 2'147'483'648;
-constexpr qint64 oneHundredMiB = 104'857'600;
+constexpr qint64 packageLimit = 2'147'483'648;
+constexpr qint64 documentLimit = 104'857'600;
 constexpr int killPatienceMs = 1000;
-
-// Qt wants more room left than the piece before had, or it takes no more and says nothing: without that much to spare
-// the end of a body that is just allowed would not come.
-constexpr qint64 limitMargin = 16'777'216;
 
 const QString scriptName = QStringLiteral("unzip.js");
 
@@ -54,26 +50,6 @@ QString backslashed(const QString &path)
     return QString(path).replace(u'/', u'\\');
 }
 
-/// Whether there is something to abort: Qt complains about a reply that has failed and not said so yet.
-bool isUnderWay(const QNetworkReply &reply)
-{
-    return reply.isRunning() && reply.error() == QNetworkReply::NoError;
-}
-
-/// Lets Qt take little more than a body may hold, as far as it heeds that: not within a chunk. A server that sends
-/// faster than Qt reads would fill the memory otherwise: Qt tells of nothing and ends nothing before it has read all
-/// there is. What is encrypted it takes in small pieces anyhow, and HTTP/2 would pile up what the limit holds back.
-void limitBody(QNetworkReply &reply, qint64 largest)
-{
-    const auto limit = [&reply, largest] {
-        if (reply.url().scheme() == QStringLiteral("http"))
-            reply.setReadBufferSize(largest + limitMargin);
-    };
-    limit();
-    // Where it follows a redirection Qt begins anew, without the limit, in the event behind this signal.
-    QObject::connect(&reply, &QNetworkReply::redirected, &reply, limit, Qt::QueuedConnection);
-}
-
 QString documentAddress()
 {
     const QString address = updatesettings::read(updatesettings::jsonUrl);
@@ -83,8 +59,8 @@ QString documentAddress()
 } // namespace
 
 int UpdateInformation::silenceLimitMs = silenceLimit;
-qint64 UpdateInformation::largestPackage = twoGiB;
-qint64 UpdateInformation::largestDocument = oneHundredMiB;
+qint64 UpdateInformation::largestPackage = packageLimit;
+qint64 UpdateInformation::largestDocument = documentLimit;
 
 UpdateInformation::UpdateInformation(QObject *parent)
     : QObject(parent)
@@ -118,33 +94,16 @@ void UpdateInformation::downloadInformation()
     log() << "UpdateInformation:" << address;
     connect(manager, &QNetworkAccessManager::finished, this, &UpdateInformation::replyFinishedInfo);
     QNetworkReply *const document = manager->get(QNetworkRequest(QUrl(address)));
-    limitBody(*document, largestDocument);
     // There is no time limit, so one without an end would be waited for for ever. Aborted, it ends as one that failed.
-    const auto refuse = [document](qint64 size) {
-        if (size > largestDocument && isUnderWay(*document))
+    const auto refuse = [document] {
+        if (boundedreply::isUnderWay(*document))
             document->abort();
     };
-    connect(document, &QNetworkReply::downloadProgress, this,
-            [refuse](qint64 received, qint64 total) { refuse(std::max(received, total)); });
-    // Qt leaves out progress that comes soon after other; behind the limit no more comes.
-    connect(document, &QNetworkReply::readyRead, this, [document, refuse] { refuse(document->bytesAvailable()); });
-    whenFailedAndGoingOn(document, [this](QNetworkReply *failed) {
-        replyFinishedInfo(failed);
-        failed->deleteLater();
-    });
-}
-
-/// Calls a function with a reply that has failed and does not end by itself: where Qt cannot unpack what comes, it goes
-/// on taking it for as long as the server likes, and tells nobody.
-void UpdateInformation::whenFailedAndGoingOn(QNetworkReply *watched,
-                                             const std::function<void(QNetworkReply *)> &function)
-{
-    const auto judge = [failed = QPointer(watched), function] {
-        if (failed != nullptr && failed->isRunning())
-            function(failed);
+    const auto end = [this, document] {
+        replyFinishedInfo(document);
+        document->deleteLater();
     };
-    // Later, for as a rule it ends by itself now.
-    connect(watched, &QNetworkReply::errorOccurred, this, judge, Qt::QueuedConnection);
+    boundedreply::watch(document, largestDocument, this, {refuse, end});
 }
 
 void UpdateInformation::replyFinishedInfo(QNetworkReply *informationReply)
@@ -197,12 +156,9 @@ void UpdateInformation::downloadFile(const QString &url)
     QNetworkRequest request{QUrl(url)};
     request.setOriginatingObject(this); // tells it from the document
     reply = manager->get(request);
-    limitBody(*reply, largestPackage);
     connect(reply, &QNetworkReply::downloadProgress, this, &UpdateInformation::replyDownloadProgress);
-    // Qt leaves out progress that comes soon after other; behind the limit no more comes.
-    connect(reply, &QNetworkReply::readyRead, this,
-            [this, package = reply] { refuseLarger(package->bytesAvailable()); });
-    whenFailedAndGoingOn(reply, [this](QNetworkReply *failed) { replyFinishedFileDownload(failed); });
+    boundedreply::watch(reply, largestPackage, this,
+                        {[this] { refusePackage(); }, [this, package = reply] { replyFinishedFileDownload(package); }});
     Q_EMIT startedDownloadFile();
 }
 
@@ -217,13 +173,12 @@ void UpdateInformation::replyDownloadProgress(qint64 received, qint64 total)
     Q_EMIT progressValueChanged(percent);
     if (timer != nullptr)
         timer->start(silenceLimitMs);
-    refuseLarger(std::max(received, total));
 }
 
 /// Ends the download of a package that is too large, once: aborting tells of progress again.
-void UpdateInformation::refuseLarger(qint64 size)
+void UpdateInformation::refusePackage()
 {
-    if (tooLarge || size <= largestPackage)
+    if (tooLarge)
         return;
     log() << "UpdateInformation: package too large";
     tooLarge = true;
@@ -241,7 +196,7 @@ void UpdateInformation::cancelDownload()
 {
     log() << "UpdateInformation: cancel download";
     // Aborting ends the download within the call, so the member is gone afterwards.
-    if (QNetworkReply *const aborted = reply; aborted != nullptr && isUnderWay(*aborted)) {
+    if (QNetworkReply *const aborted = reply; aborted != nullptr && boundedreply::isUnderWay(*aborted)) {
         aborted->abort();
         log() << "UpdateInformation: file download abort";
         log() << aborted->errorString();
@@ -264,7 +219,7 @@ void UpdateInformation::forgetDownload()
     stopTimer();
     if (QNetworkReply *const forgotten = std::exchange(reply, nullptr)) {
         forgotten->disconnect(this);
-        if (isUnderWay(*forgotten))
+        if (boundedreply::isUnderWay(*forgotten))
             forgotten->abort();
         forgotten->deleteLater();
     }

@@ -5,7 +5,6 @@
 #include <QString>
 
 #include <atomic>
-#include <functional>
 
 class QNetworkAccessManager;
 class QNetworkReply;
@@ -117,8 +116,7 @@ public Q_SLOTS:
 private:
     friend class UpdateInformationProbe;
 
-    void whenFailedAndGoingOn(QNetworkReply *watched, const std::function<void(QNetworkReply *)> &function);
-    void refuseLarger(qint64 size);
+    void refusePackage();
     void forgetDownload();
     void stopTimer();
     bool makeFolder();
