@@ -6,6 +6,7 @@
 #include "qtsingleapplication.h"
 #include "sanitizers.h"
 #include "singleinstanceid.h"
+#include "webbrowser.h"
 
 #include <QDir>
 #include <QElapsedTimer>
@@ -87,6 +88,8 @@ private Q_SLOTS:
     void becomesTheFirst();
     void receivesFromAnotherProcess();
     void messageActivatesTheWindow();
+    void messageIsNotActedOn_data();
+    void messageIsNotActedOn();
     void messageLeavesTheWindowAlone();
     void activatesNothing();
     void survivesSenders_data();
@@ -211,6 +214,41 @@ void QtSingleApplicationTest::messageActivatesTheWindow()
     // The window manager tells of one state after the other.
     QTRY_VERIFY_WITH_TIMEOUT(!window.isMinimized() && window.isMaximized(), patience);
     QVERIFY(window.isVisible());
+}
+
+void QtSingleApplicationTest::messageIsNotActedOn_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::newRow("path") << QStringLiteral("%1");
+    QTest::newRow("command") << QStringLiteral("touch %1");
+    QTest::newRow("web address") << QStringLiteral("https://www.velmar.example/");
+    QTest::newRow("HTML") << QStringLiteral("<h1>Title</h1><img src=\"file://%1\">");
+}
+
+// Taken for what it looks like, a text would open an address or a window, or make the file.
+void QtSingleApplicationTest::messageIsNotActedOn()
+{
+    QFETCH(QString, text);
+    const QString file = m_runtime->filePath(QStringLiteral("named-by-the-text"));
+    const QString message = text.contains(QStringLiteral("%1")) ? text.arg(file) : text;
+    const WebBrowser browser;
+    QWidget window;
+    window.setWindowTitle(QStringLiteral("Panel"));
+    window.setWindowState(Qt::WindowMinimized);
+    window.show();
+    m_application.setActivationWindow(&window);
+    QSignalSpy spy(&m_application, &QtSingleApplication::messageReceived);
+    const qsizetype windows = QApplication::topLevelWidgets().size();
+
+    const ProbeProcess probe(m_ownRuntime,
+                             {QStringLiteral("--id"), applicationName, QStringLiteral("--message"), message});
+    QTRY_VERIFY_WITH_TIMEOUT(probe.ended(), patience);
+    QTRY_COMPARE_WITH_TIMEOUT(spy.count(QVariantList{message}), 1, patience);
+    QTRY_VERIFY_WITH_TIMEOUT(!window.isMinimized(), patience);
+    QCOMPARE(window.windowTitle(), QStringLiteral("Panel"));
+    QCOMPARE(QApplication::topLevelWidgets().size(), windows);
+    QCOMPARE(browser.opened, QStringList());
+    QVERIFY(!QFileInfo::exists(file));
 }
 
 void QtSingleApplicationTest::messageLeavesTheWindowAlone()
