@@ -6,8 +6,7 @@ namespace newstext {
 
 namespace {
 
-// Far more than anybody reads in five lines. What Qt needs grows with the square of the tags that stand in each other.
-constexpr qsizetype mostLetters = 65'536;
+// What Qt needs grows with the square of the tags that stand in each other.
 constexpr qsizetype mostTags = 2'000;
 
 // Each table in a table doubles what Qt needs, and a row gets as many cells as the longest one has. A cell over several

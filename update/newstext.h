@@ -9,6 +9,10 @@
  */
 namespace newstext {
 
+/// No more of a message is shown: far more than anybody reads in five lines. A longer one is not remembered either, see
+/// updatesettings::write().
+constexpr qsizetype mostLetters = 65'536;
+
 /**
  * News that can be laid out in a moment.
  *
@@ -17,7 +21,7 @@ namespace newstext {
  * shown, without its markup.
  *
  * @param message  HTML as the document has it
- * @return HTML: the message itself, or at most 65 536 letters of it without a tag
+ * @return HTML: the message itself, or at most mostLetters of it without a tag
  */
 QString shown(const QString &message);
 

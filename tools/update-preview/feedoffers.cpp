@@ -2,6 +2,7 @@
 
 #include "identity.h"
 #include "languages.h"
+#include "newstext.h"
 #include "textonlydocument.h"
 #include "updatefeed.h"
 #include "updatefeedkeys.h"
@@ -83,7 +84,7 @@ QString beginning(const QString &html)
 {
     constexpr int longest = 50;
     TextOnlyDocument document;
-    document.setHtml(html);
+    document.setHtml(newstext::shown(html));
     const QString text = document.toPlainText().simplified();
     return text.size() > longest ? text.left(longest - 1) + u'…' : text;
 }

@@ -5,6 +5,7 @@
 #include "informationbox.h"
 #include "languages.h"
 #include "nearest.h"
+#include "newstext.h"
 #include "servicewindows.h"
 #include "updatefeed.h"
 #include "updatefeedkeys.h"
@@ -172,6 +173,24 @@ Findings missingLanguages(const QJsonObject &messages)
     return findings;
 }
 
+Findings heavyNews(const QJsonObject &messages)
+{
+    Findings findings;
+    for (const QLocale::Language language : languages::all()) {
+        const QString name = languages::name(language);
+        const QString news = messages[name].toString();
+        const auto add = [&](const QString &words) {
+            findings.append({memberPointer(messagesPointer(), name), words});
+        };
+        if (newstext::shown(news) != news.left(newstext::mostLetters))
+            add(QStringLiteral("The news is too much to lay out: it is shown as text, without its markup."));
+        if (news.size() > newstext::mostLetters)
+            add(QStringLiteral("The news has more than %1 letters: it is cut there, and comes back at every start.")
+                    .arg(newstext::mostLetters));
+    }
+    return findings;
+}
+
 bool isTooLong(const QString &json, QLocale::Language language)
 {
     QLocale::setDefault(QLocale(language));
@@ -200,7 +219,7 @@ Findings newsWarnings(const QJsonDocument &document, const QJsonObject &entry)
     // Without any news there is nothing to miss.
     if (messages.isEmpty())
         return {};
-    return unknownLanguages(messages) + missingLanguages(messages) + longNews(document, messages);
+    return unknownLanguages(messages) + missingLanguages(messages) + heavyNews(messages) + longNews(document, messages);
 }
 
 } // namespace

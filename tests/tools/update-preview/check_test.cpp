@@ -17,6 +17,7 @@ private Q_SLOTS:
     static void faultIsNamedByItsPlace();
     static void mistakeIsWarnedOf_data();
     static void mistakeIsWarnedOf();
+    static void newsMayHaveTheMostLetters();
     static void strictTakesWarningsForErrors();
     static void everyFaultIsNamed();
     static void offersAreTold_data();
@@ -51,6 +52,15 @@ QByteArray changed(const QStringList &changes)
         }
     }
     return feedtext::withEntry(entry);
+}
+
+/// What Qt would never lay out.
+const QString nestedTables = QStringLiteral("<table><tr><td>").repeated(40);
+
+/// The change that gives Japanese users news of so many letters.
+QString newsOfLetters(int letters)
+{
+    return QStringLiteral("@Japanese=\"%1\"").arg(QStringLiteral("News").leftJustified(letters));
 }
 
 QStringList linesOf(const Outcome &outcome, const QString &kind)
@@ -156,6 +166,11 @@ void TestCheck::mistakeIsWarnedOf_data()
         "/messages/English\": There is no English news: users of most languages see none.");
     add("news is too long", {QStringLiteral("@Japanese=\"1<br>2<br>3<br>4<br>5<br>6<br>7<br>8\"")},
         "/messages/Japanese\": The news is longer than the window shows; the rest is cut.");
+    add("news is too heavy", {QStringLiteral("@Japanese=\"%1News\"").arg(nestedTables)},
+        "/messages/Japanese\": The news is too much to lay out: it is shown as text, without its markup.");
+    // Blanks are letters too, but take no room in the window.
+    add("news has too many letters", {newsOfLetters(65'537)},
+        "/messages/Japanese\": The news has more than 65536 letters: it is cut there, and comes back at every start.");
 }
 
 void TestCheck::mistakeIsWarnedOf()
@@ -167,6 +182,12 @@ void TestCheck::mistakeIsWarnedOf()
     const QStringList warnings = linesOf(outcome, QStringLiteral("warning"));
     const QString expected = QStringLiteral("warning: \"/Corvo9_version1") + line;
     QVERIFY2(warnings.size() == 1 && warnings.first().startsWith(expected), qPrintable(outcome.out));
+}
+
+void TestCheck::newsMayHaveTheMostLetters()
+{
+    const Outcome outcome = check(changed({newsOfLetters(65'536)}), {QStringLiteral("--strict")});
+    QVERIFY2(outcome.code == 0, qPrintable(outcome.out));
 }
 
 void TestCheck::strictTakesWarningsForErrors()
@@ -228,6 +249,9 @@ void TestCheck::offersAreTold_data()
     QTest::newRow("fallback and further language")
         << QStringList{text("@German"), text("@Dutch=\"<b>Nieuw</b>\"")} << QString()
         << QStringList{text("  German            the English news"), text("  Dutch             \"Nieuw\"")};
+    QTest::newRow("news without its markup")
+        << QStringList{QStringLiteral("@German=\"%1News &amp; more\"").arg(nestedTables)} << QString()
+        << QStringList{text("  German            \"News & more\"")};
     QTest::newRow("no news") << QStringList{text("messages")} << QString()
                              << QStringList{text("  Japanese          nothing"), text("  any other         nothing")};
 }
