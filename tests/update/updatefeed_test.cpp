@@ -7,7 +7,8 @@ using updatefeed::Product;
 
 namespace {
 
-const QString otherTypes[] = {QStringLiteral("null"), QStringLiteral("true"), QStringLiteral("[1, 2]")};
+const QString otherTypes[] = {QStringLiteral("null"), QStringLiteral("true"), QStringLiteral("1"),
+                              QStringLiteral("[\"a\"]"), QStringLiteral("{\"a\": \"b\"}")};
 
 QJsonObject object(const QString &text)
 {
@@ -138,14 +139,28 @@ private Q_SLOTS:
                  QString());
     }
 
+    void addressesOfOtherTypesAreEmpty_data()
+    {
+        QTest::addColumn<Product>("product");
+        QTest::addColumn<QLocale::Language>("language");
+        QTest::newRow("windows_software_url_ja") << Product::Software << QLocale::Japanese;
+        QTest::newRow("windows_software_url_en") << Product::Software << QLocale::English;
+        QTest::newRow("windows_firmware_url_ja") << Product::Firmware << QLocale::Japanese;
+        QTest::newRow("windows_firmware_url_en") << Product::Firmware << QLocale::English;
+    }
+
     void addressesOfOtherTypesAreEmpty()
     {
+        QFETCH(Product, product);
+        QFETCH(QLocale::Language, language);
+        const QString key = QString::fromLatin1(QTest::currentDataTag());
+        QCOMPARE(updatefeed::packageUrl(entryWith(key, QStringLiteral("\"a\"")), product, language),
+                 QStringLiteral("a"));
         for (const QString &value : otherTypes) {
-            const QJsonObject entry = entryWith(QStringLiteral("windows_software_url_en"), value);
-            QCOMPARE(updatefeed::packageUrl(entry, Product::Software, QLocale::English), QString());
+            const QJsonObject entry = entryWith(key, value);
+            QVERIFY(!entry.isEmpty());
+            QVERIFY2(updatefeed::packageUrl(entry, product, language).isNull(), qPrintable(value));
         }
-        const QJsonObject number = entryWith(QStringLiteral("windows_firmware_url_ja"), QStringLiteral("1"));
-        QCOMPARE(updatefeed::packageUrl(number, Product::Firmware, QLocale::Japanese), QString());
     }
 
     void newsOfEachLanguage_data()

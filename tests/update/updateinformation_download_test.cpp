@@ -136,6 +136,7 @@ private Q_SLOTS:
 
     void timerIsOneShotOf60Seconds();
     void progressStartsTheTimerAfresh();
+    void progressAtTheLastMomentIsInTime();
     void aSlowDownloadIsNoSilence();
     void silenceIsAnError_data();
     void silenceIsAnError();
@@ -548,6 +549,35 @@ void UpdateInformationDownloadTest::progressStartsTheTimerAfresh()
             });
         }
     }
+}
+
+/// The limit is over when progress comes, but the timer has not told it yet.
+void UpdateInformationDownloadTest::progressAtTheLastMomentIsInTime()
+{
+    constexpr int shortLimit = 50;
+    constexpr int times = 3;
+    const QString address =
+        m_server.address(QStringLiteral("/stepped?size=1000&pieces=1&name=%1&as=a.exe").arg(first()));
+    InformationThread information;
+    QVERIFY(fetched(information));
+    information.download(address);
+    QVERIFY(information.waitFor(started));
+    for (int i = 1; i <= times; ++i) {
+        information.in([=](UpdateInformation &object) {
+            QTimer *const timer = UpdateInformationProbe::timer(object);
+            QVERIFY(timer != nullptr);
+            timer->start(shortLimit);
+            while (timer->remainingTime() > 0)
+                QThread::msleep(1);
+            object.replyDownloadProgress(i, 2 * times);
+        });
+        // The thread serves its timers.
+        QTest::qWait(shortLimit);
+    }
+    for (int i = 0; i < 2; ++i)
+        m_server.step(first());
+    QVERIFY(information.waitFor(finished));
+    QCOMPARE(information.story(), succeeding(address, 1000));
 }
 
 /// It takes longer than the limit, but something comes all the time.

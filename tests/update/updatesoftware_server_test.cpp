@@ -9,10 +9,13 @@
 
 #include <QApplication>
 #include <QDir>
+#include <QFileInfo>
+#include <QProgressBar>
 #include <QPushButton>
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <functional>
 #include <memory>
 #include <optional>
 
@@ -71,6 +74,7 @@ private Q_SLOTS:
         add("/document/array");
         add("/document/wrong-types");
         add("/document/other-key");
+        add("/length/too-short");
     }
 
     void aBadDocumentShowsNothing()
@@ -88,6 +92,7 @@ private Q_SLOTS:
         QCoreApplication::sendPostedEvents();
         QCOMPARE(shownWindows(), QStringList());
         QVERIFY(!m_service->updateOffered());
+        QCOMPARE(savedFiles(), QStringList());
     }
 
     void aPackageThatFailsShowsTheError_data()
@@ -119,18 +124,65 @@ private Q_SLOTS:
         QTRY_VERIFY_WITH_TIMEOUT(error.seen() && shownWindows().isEmpty(), 30'000);
         QVERIFY(isOnlyWindow);
         QCOMPARE(m_probe->updateStage(), 3);
-        QCOMPARE(QDir(m_folder->path()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot), QStringList());
+        QCOMPARE(savedFiles(), QStringList());
+    }
+
+    void aGoodPackageShowsTheCompletion_data()
+    {
+        QTest::addColumn<QString>("path");
+        QTest::addColumn<QString>("port");
+        QTest::addColumn<qint64>("size");
+        const auto add = [](const char *name, const QString &path, qint64 size, const char *port = "http") {
+            QTest::newRow(name) << path + QStringLiteral("&as=package.exe") << QString::fromLatin1(port) << size;
+        };
+        add("https", QStringLiteral("/body?size=1000"), 1000, "https");
+        add("redirected", QStringLiteral("/redirect?to=/body"), 1000);
+        const QString secure = m_server.address(QStringLiteral("/body"), QStringLiteral("https"));
+        add("redirected to https", QStringLiteral("/redirect?to=") + secure, 1000);
+        add("chunked", QStringLiteral("/chunked?size=3000000"), 3'000'000);
+        add("no length", QStringLiteral("/unsized?size=3000000"), 3'000'000);
+        add("drop by drop", QStringLiteral("/drip?size=100&piece=9&pause=5"), 100);
+        add("more than told", QStringLiteral("/length/too-short?"), 1000);
+        add("64 MiB", QStringLiteral("/body?size=67108864"), 67'108'864);
     }
 
     void aGoodPackageShowsTheCompletion()
     {
+        QFETCH(QString, path);
+        QFETCH(QString, port);
+        QFETCH(qint64, size);
         start(QStringLiteral("/document/other-key"), QStringLiteral("https"));
         QTRY_VERIFY(ServiceLog::contains(QStringLiteral("UpdateSoftware: Software update none")));
-        Q_EMIT m_service->readiedDownloadFile(
-            m_server.address(QStringLiteral("/body?size=1000&as=package.exe"), QStringLiteral("https")));
-        QTRY_VERIFY(ServiceLog::contains(QStringLiteral("UpdateSoftware: End of downloading"))
-                    && m_probe->downloadWindow() != nullptr && m_probe->downloadBar() == nullptr);
+        Q_EMIT m_service->readiedDownloadFile(m_server.address(path, port));
+        QTRY_VERIFY_WITH_TIMEOUT(isComplete(), 30'000);
         QCOMPARE(shownWindows(), QStringList{m_probe->downloadWindow()->windowTitle()});
+        QCOMPARE(savedFiles().size(), 1);
+        const QFileInfo package(m_folder->filePath(savedFiles().constFirst()) + QStringLiteral("/temp.exe"));
+        QCOMPARE(package.size(), size);
+    }
+
+    /// Its progress is a negative number, which a bar does not show.
+    void ofAPackageWithoutALengthTheBarStaysEmpty()
+    {
+        start(QStringLiteral("/document/other-key"), QStringLiteral("http"));
+        QTRY_VERIFY(ServiceLog::contains(QStringLiteral("UpdateSoftware: Software update none")));
+        int progress = 0;
+        const QObject listener;
+        connect(&m_probe->information(), &UpdateInformation::progressValueChanged, &listener,
+                [&](int percent) { progress = percent; });
+        constexpr int pieces = 200;
+        Q_EMIT m_service->readiedDownloadFile(
+            m_server.address(QStringLiteral("/stepped-chunked?size=1000&pieces=%1&as=package.exe").arg(pieces)));
+        QTRY_VERIFY(m_probe->downloadBar() != nullptr);
+        QVERIFY(stepUntil([&] { return progress < 0; }));
+        QCoreApplication::sendPostedEvents();
+        QVERIFY(m_probe->downloadButton()->isEnabled());
+        QCOMPARE(m_probe->downloadBar()->value(), 0);
+        QCOMPARE(shownWindows(), QStringList{m_probe->downloadWindow()->windowTitle()});
+        // The header is a step too.
+        for (int step = 0; step <= pieces; ++step)
+            m_server.step();
+        QTRY_VERIFY(isComplete());
     }
 
 private:
@@ -162,7 +214,7 @@ private:
         QTest::addColumn<QString>("port");
         for (const char *const path :
              {"/status/404", "/status/500", "/loop", "/reset/before", "/reset/in-header", "/reset/after-header",
-              "/reset/in-body", "/close/before", "/close/in-body", "/length/too-long"})
+              "/reset/in-body", "/close/before", "/close/in-header", "/close/in-body", "/length/too-long"})
             QTest::newRow(path) << path << "http";
         QTest::newRow("refused") << "/"
                                  << "refused";
@@ -171,6 +223,29 @@ private:
         const QByteArray insecure = QUrl::toPercentEncoding(m_server.address(QStringLiteral("/body?size=10")));
         QTest::newRow("https to http") << QStringLiteral("/redirect?to=") + QString::fromLatin1(insecure) << "https";
     }
+
+    /// The completion window is there, and no other.
+    bool isComplete() const
+    {
+        return ServiceLog::contains(QStringLiteral("UpdateSoftware: End of downloading"))
+            && m_probe->downloadWindow() != nullptr && m_probe->downloadBar() == nullptr;
+    }
+
+    /// Qt tells of progress ten times a second at most: a piece that comes too soon after another goes untold.
+    bool stepUntil(const std::function<bool()> &condition) const
+    {
+        constexpr int attempts = 200;
+        constexpr int untoldMs = 110;
+        for (int i = 0; i < attempts; ++i) {
+            m_server.step();
+            if (QTest::qWaitFor(condition, untoldMs))
+                return true;
+        }
+        return false;
+    }
+
+    /// What is left in the folder for temporary files.
+    QStringList savedFiles() const { return QDir(m_folder->path()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot); }
 
     void start(const QString &path, const QString &port)
     {

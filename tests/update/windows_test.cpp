@@ -18,10 +18,12 @@
 #include <QDir>
 #include <QFile>
 #include <QFontDatabase>
+#include <QGlyphRun>
 #include <QLabel>
 #include <QLayout>
 #include <QProgressBar>
 #include <QPushButton>
+#include <QRawFont>
 #include <QRegularExpression>
 #include <QScopeGuard>
 #include <QScreen>
@@ -31,6 +33,8 @@
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTextBlock>
+#include <QTextDocumentFragment>
+#include <QTextLayout>
 
 #include <memory>
 
@@ -39,11 +43,33 @@ namespace {
 constexpr Qt::WindowFlags boxFlags =
     Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::WindowSystemMenuHint | Qt::Window;
 
+const QString arial = QStringLiteral("Arial");
+const QString japaneseFamily = QStringLiteral("IPAGothic");
+const QString chineseFamily = QStringLiteral("WenQuanYi Micro Hei");
+
+QStringList asianFamilies(const QString &locale)
+{
+    return locale == QStringLiteral("ja_JP") ? QStringList{japaneseFamily}
+        : locale == QStringLiteral("zh_CN")  ? QStringList{chineseFamily}
+                                             : QStringList();
+}
+
+/// Draws Asian letters with the font of the language. Which one the system takes by itself depends on the user's
+/// language, of which a process has only one.
+void useFontsOf(const QString &locale)
+{
+    QFont::removeSubstitutions(arial);
+    QFont::insertSubstitutions(arial, QStringList{QStringLiteral("Liberation Sans")} + asianFamilies(locale));
+    // What Qt has found before it would find again.
+    QFont::cleanup();
+}
+
 /// An update service in a language, with a look inside. Its own fetch is refused.
 struct Scene
 {
     explicit Scene(const QString &locale)
     {
+        useFontsOf(locale);
         updatesettings::write(updatesettings::jsonUrl, QStringLiteral("http://127.0.0.1:1/"));
         QLocale::setDefault(QLocale(locale));
         service = std::make_unique<UpdateSoftware>();
@@ -154,7 +180,7 @@ void verifyRowFits(const InformationBox &box)
 /// The title bar is the system's; with its usual font and an icon of 16 pixels at the left it has to be wide enough.
 void verifyTitleFits(const QWidget &window)
 {
-    const QFontMetrics metrics(QFont(QStringLiteral("Arial"), 9));
+    const QFontMetrics metrics(QFont(arial, 9));
     const int needed = metrics.horizontalAdvance(window.windowTitle());
     QVERIFY2(needed + 24 <= window.width(),
              needs(window.windowTitle(), QSize(needed + 24, 1), window.size()).constData());
@@ -194,6 +220,40 @@ QStringList offerLines(const Scene &scene, UpdateText headline, const QString &n
     sentence.remove(QRegularExpression(QStringLiteral("<[^>]*>")));
     return {sentence, QString(), scene.texts()[UpdateTextCurrentVersion] + now,
             scene.texts()[UpdateTextLatestVersion] + latest};
+}
+
+/// The families that the letters of a text beyond the alphabets are drawn with.
+QStringList asianFamiliesIn(const QString &text, const QTextLayout &layout)
+{
+    constexpr char16_t firstAsian = u'\u2e80';
+    QStringList families;
+    for (int position = 0; position < text.size(); ++position) {
+        if (text.at(position) < firstAsian)
+            continue;
+        for (const QGlyphRun &run : layout.glyphRuns(position, 1))
+            families.append(run.rawFont().familyName());
+    }
+    families.removeDuplicates();
+    return families;
+}
+
+/// Of what a widget says.
+QStringList asianFamiliesIn(const QWidget &widget, const QString &html)
+{
+    QTextLayout layout(QTextDocumentFragment::fromHtml(html).toPlainText(), widget.font());
+    layout.beginLayout();
+    layout.createLine();
+    layout.endLayout();
+    return asianFamiliesIn(layout.text(), layout);
+}
+
+QStringList asianFamiliesIn(const QTextBrowser &field)
+{
+    QStringList families;
+    for (QTextBlock block = field.document()->begin(); block.isValid(); block = block.next())
+        families += asianFamiliesIn(block.text(), *block.layout());
+    families.removeDuplicates();
+    return families;
 }
 
 /// A point of the first link that the field shows.
@@ -255,8 +315,7 @@ private Q_SLOTS:
     void initTestCase()
     {
         const QStringList families = QFontDatabase::families();
-        for (const QString &family :
-             {QStringLiteral("Liberation Sans"), QStringLiteral("IPAGothic"), QStringLiteral("WenQuanYi Micro Hei")})
+        for (const QString &family : {QStringLiteral("Liberation Sans"), japaneseFamily, chineseFamily})
             QVERIFY2(families.contains(family), qPrintable(family + QStringLiteral(" is not installed")));
         QCOMPARE(qApp->primaryScreen()->logicalDotsPerInch(), 96.0);
         // The clicks of two cases on one place are not a double click.
@@ -374,6 +433,30 @@ private Q_SLOTS:
         });
         scene.service->showMsgBoxError();
         QVERIFY(dialog.seen());
+    }
+
+    /// What fits with another font would say nothing.
+    void asianLettersComeFromTheFontOfTheirLanguage_data()
+    {
+        QTest::addColumn<QString>("locale");
+        for (const char *const name : {"ja_JP", "zh_CN"})
+            QTest::newRow(name) << QString::fromLatin1(name);
+    }
+
+    void asianLettersComeFromTheFontOfTheirLanguage()
+    {
+        QFETCH(QString, locale);
+        const Scene scene(locale);
+        scene.service->saveInformation(offering(QStringLiteral("windows_software")));
+        scene.service->openExecWindow();
+        const InformationBox &box = scene.probe->softwareBox();
+        QVERIFY(QTest::qWaitForWindowActive(scene.probe->downloadWindow()));
+        QCOMPARE(asianFamiliesIn(*box.ui.textMessage), asianFamilies(locale));
+        for (const QAbstractButton *const button :
+             std::initializer_list<const QAbstractButton *>{box.ui.okButton, box.ui.noButton, box.ui.dontShowCheckBox})
+            QCOMPARE(asianFamiliesIn(*button, button->text()), asianFamilies(locale));
+        const QLabel *const label = scene.probe->downloadWindow()->findChild<QLabel *>();
+        QCOMPARE(asianFamiliesIn(*label, label->text()), asianFamilies(locale));
     }
 
     void desktopsWithALargeFontCutNothing_data() { addLanguages(); }
