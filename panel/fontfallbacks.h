@@ -2,7 +2,8 @@
 
 /**
  * Names the fonts to use where a machine lacks those that the panel is drawn with: for "MS UI Gothic" IPA Gothic and
- * WenQuanYi (which also has the Chinese letters), for "Arial" an Arial-metric font and, behind it, the same two.
+ * WenQuanYi (which has the Chinese letters, and comes first where the default locale is Chinese), for "Arial" an
+ * Arial-metric font and, behind it, the same two.
  *
  * Call it in the GUI thread before the first text is laid out; later calls change nothing. Rests on
  * QFont::insertSubstitutions().
