@@ -31,17 +31,18 @@ std::vector<std::string> arguments(int, char **)
     return arguments;
 }
 
-Utf8Console::Utf8Console()
-    : m_before(GetConsoleOutputCP())
+unsigned show_utf8()
 {
+    const UINT before = GetConsoleOutputCP();
     SetConsoleOutputCP(CP_UTF8);
+    return before;
 }
 
-Utf8Console::~Utf8Console()
+void restore_console(unsigned before)
 {
     // 0 where there is no console.
-    if (m_before != 0)
-        SetConsoleOutputCP(m_before);
+    if (before != 0)
+        SetConsoleOutputCP(before);
 }
 
 } // namespace commandline
