@@ -37,6 +37,17 @@ if(KDMX_SANITIZE)
     target_link_options(kdmx_compile_options INTERFACE -fsanitize=${KDMX_SANITIZE})
 endif()
 
+# kdmx_takes_signals(PROGRAM ...)
+#
+# For programs that tests send signals to: makes sure that ThreadSanitizer loses none.
+function(kdmx_takes_signals)
+    if(KDMX_SANITIZE MATCHES thread)
+        foreach(program IN LISTS ARGN)
+            target_sources(${program} PRIVATE ${CMAKE_SOURCE_DIR}/tests/support/firstwait_tsan.cpp)
+        endforeach()
+    endif()
+endfunction()
+
 # kdmx_optimize_as_one(TARGET ...)
 #
 # Optimises libraries and the programs that link them across the borders of source files, in what users get: reading a
