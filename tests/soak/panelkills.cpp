@@ -183,9 +183,12 @@ private:
         judge(steps, told->size(), false);
     }
 
-    /// Changes something, closes the window, and leaves nothing behind.
+    /// Changes something, closes the window, and leaves nothing behind but what kills had left of the other store.
     void liveToTheEnd()
     {
+        QStringList remains = panelstores::locks() + panelstores::temporaryFiles();
+        // Whoever saves takes over the lock that a killed one has left.
+        remains.removeIf([](const QString &file) { return file.endsWith(QStringLiteral("/ASIODRIVER.conf.lock")); });
         show();
         if (QTest::currentTestFailed())
             return;
@@ -198,8 +201,8 @@ private:
         QVERIFY2(code == 0, qPrintable(QString::number(code) + u'\n' + m_panel->errorOutput()));
         rounds::count("ends");
         judge({m_held}, 0, true);
-        QCOMPARE(panelstores::locks(), QStringList());
-        QCOMPARE(panelstores::temporaryFiles(), QStringList());
+        for (const QString &file : panelstores::locks() + panelstores::temporaryFiles())
+            QVERIFY2(remains.contains(file), qPrintable(file));
     }
 
     void start()
