@@ -4,6 +4,7 @@
 #include "failure.h"
 #include "usmsg.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cstdio>
 #include <optional>
@@ -31,6 +32,26 @@ Failure not_possible(std::string_view what, const std::string &text, const std::
 std::string range(uint32_t least, uint32_t most)
 {
     return std::to_string(least) + " to " + std::to_string(most);
+}
+
+/// How many bytes the control character has that the text begins with; 0 if it begins with something else.
+size_t control_length(std::string_view text)
+{
+    const auto first = static_cast<uint8_t>(text[0]);
+    if (first < 0x20 || first == 0x7F)
+        return 1;
+    if (first != 0xC2 || text.size() == 1)
+        return 0;
+    // U+0080 to U+009F, in UTF-8. Terminals obey some of them.
+    const auto second = static_cast<uint8_t>(text[1]);
+    return second >= 0x80 && second <= 0x9F ? 2 : 0;
+}
+
+std::string escaped(char byte)
+{
+    char text[5];
+    std::snprintf(text, sizeof(text), "\\x%02x", unsigned{static_cast<uint8_t>(byte)});
+    return text;
 }
 
 } // namespace
@@ -109,15 +130,13 @@ std::string hex(const uint8_t *bytes, size_t length)
 std::string printable(std::string_view text)
 {
     std::string shown;
-    for (const char character : text) {
-        const auto byte = static_cast<unsigned char>(character);
-        if (byte >= 0x20 && byte != 0x7F) {
-            shown += character;
-            continue;
-        }
-        char escaped[5];
-        std::snprintf(escaped, sizeof(escaped), "\\x%02x", unsigned{byte});
-        shown += escaped;
+    while (!text.empty()) {
+        const size_t length = control_length(text);
+        if (length == 0)
+            shown += text.front();
+        for (const char byte : text.substr(0, length))
+            shown += escaped(byte);
+        text.remove_prefix(std::max<size_t>(length, 1));
     }
     return shown;
 }

@@ -130,6 +130,11 @@ TEST(Trace, refusesWrongLines)
 TEST(Values, areHarmlessOnATerminal)
 {
     EXPECT_EQ(printable("Größe \x1b[2J\x7f\n"), "Größe \\x1b[2J\\x7f\\x0a");
+    // U+009B begins a terminal's commands too. Neither its first byte nor its last makes a control character elsewhere.
+    EXPECT_EQ(printable("\xc2\x9b"
+                        "2J \xc2\x80\xc2\x9f"),
+              "\\xc2\\x9b2J \\xc2\\x80\\xc2\\x9f");
+    EXPECT_EQ(printable("10 \xc2\xb5s \xd0\x9b \xc2"), "10 \xc2\xb5s \xd0\x9b \xc2");
 }
 
 TEST(Values, readHexadecimalWordsOfAnyLength)
