@@ -109,7 +109,7 @@ intptr_t usdev_open(const char16_t *if_path);
  * Performs one I/O control with USDEV_IOCTL_TRANSFER.
  *
  * @param out_length  bytes that the driver must return, no more and no fewer
- * @return 0 on success; 2 when the unit did not respond for the moment and a retry is worth it; 1 on any other failure
+ * @return 0 on success; 2 when the unit did not respond just then and a retry is worth it; 1 on any other failure
  */
 int usdev_ioctl(intptr_t handle, const void *in, uint32_t in_length, void *out, uint32_t out_length);
 

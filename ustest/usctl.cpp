@@ -301,7 +301,7 @@ int usctl_send(usdev_t **unit, const usmsg_buf_t *buf)
         if (result == 0)
             return 0;
         fail();
-        // A hard failure counts as sent: only a unit that did not respond for the moment is worth another attempt.
+        // A hard failure counts as sent: only a unit that did not respond just then is worth another attempt.
         if (result != 2)
             return 0;
         if (attempt < send_attempts)

@@ -25,7 +25,7 @@ inline constexpr intptr_t USPLATFORM_INVALID_HANDLE = -1;
 enum usplatform_error_t : uint32_t {
     USPLATFORM_ERROR_NOT_FOUND = 2, ///< there is no such path
     USPLATFORM_ERROR_ACCESS_DENIED = 5, ///< this user may not open the path
-    USPLATFORM_ERROR_TRANSIENT = 31, ///< the unit did not respond for the moment: the one failure worth a retry
+    USPLATFORM_ERROR_TRANSIENT = 31, ///< the unit did not respond just then: the one failure worth a retry
     USPLATFORM_ERROR_CANCELLED = 995, ///< the transfer was called off
     USPLATFORM_ERROR_IO = 1117, ///< the transfer failed
     USPLATFORM_ERROR_NOT_CONNECTED = 1167, ///< the unit went away during the transfer

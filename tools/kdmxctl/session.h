@@ -41,7 +41,7 @@ public:
     /**
      * Reads one block, so that a unit that cannot be reached at all is told at once and not after many attempts.
      *
-     * A unit that does not respond for the moment is left to the command. Debug text in the block goes where the link
+     * A unit that only does not respond just now is left to the command. Debug text in the block goes where the link
      * prints its own.
      */
     void probe();

@@ -17,7 +17,7 @@
 /// What comes of a transfer.
 enum virtualunit_result_t : uint32_t {
     VIRTUALUNIT_OK,
-    VIRTUALUNIT_STALLED, ///< it did not respond for the moment; the host may try again
+    VIRTUALUNIT_STALLED, ///< it did not respond just then; the host may try again
     VIRTUALUNIT_LATE, ///< it responds after the host's time-out only
     VIRTUALUNIT_FAILED, ///< it failed for good
     VIRTUALUNIT_GONE, ///< it was pulled out during the transfer
