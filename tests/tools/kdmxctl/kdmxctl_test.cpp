@@ -63,6 +63,7 @@ private Q_SLOTS:
     void aSettingThatCannotBeSentIsNoSuccess();
     void timeoutsTellWhatWasSeen_data();
     void timeoutsTellWhatWasSeen();
+    void readyInTheSameBlockIsNotBusy();
 
     void tracesCanBeReplayed_data();
     void tracesCanBeReplayed();
@@ -451,6 +452,16 @@ void KdmxctlTest::timeoutsTellWhatWasSeen()
     // What the link prints about transfers that are refused when the time is up is of no use.
     QVERIFY2(!outcome.err.contains("0x3e3"), outcome.err.constData());
     QCOMPARE(outcome.code, code);
+}
+
+void KdmxctlTest::readyInTheSameBlockIsNotBusy()
+{
+    // It gets ready within each block, and answers none of the reads that a query waits for.
+    const QByteArray block = "0 read ok a1 02 00 a1 02 01 00*58\n";
+    write("silent", "0 find ok\n" + block.repeated(2) + "0 write ok 27 04 01 00*5\n" + block.repeated(3000));
+    const Outcome outcome = run_kdmxctl(QStringList{QStringLiteral("--replay"), path("silent")} + words("query 1"));
+    QCOMPARE(outcome.err, QByteArray("kdmxctl: The unit does not answer.\n"));
+    QCOMPARE(outcome.code, int{Mute});
 }
 
 void KdmxctlTest::tracesCanBeReplayed_data()
