@@ -1,42 +1,21 @@
 #include "virtualunit.h"
 
 #include "usmsg.h"
+#include "virtualbytes.h"
+#include "virtualelements.h"
+#include "virtualfaults.h"
+#include "virtualfirmware.h"
 
-// Of the host's code only the names of identifiers and channels are used. Elements are read and written by helpers of
-// the unit's own: a mistake on one side shows as a misunderstanding and is not mirrored by the other.
-//
-// This file also goes into a kernel driver: no library, no exceptions, nothing that runs before the first call.
+// This file and those of its parts also go into a kernel driver: no library, no exceptions, nothing that runs before
+// the first call.
 
 namespace {
 
-constexpr uint32_t head_size = 2;
-constexpr uint32_t string_head_size = 3;
-constexpr uint32_t ready_flag_size = 3;
+using virtualelements::element_t;
+using virtualelements::group_t;
+using virtualelements::key;
 
-// What one block can carry behind the ready flag.
-constexpr uint32_t largest_group = VIRTUALUNIT_BLOCK_SIZE - ready_flag_size;
-constexpr uint32_t largest_text = largest_group - string_head_size;
-
-// A message of 64 bytes holds this many bytes of an image.
-constexpr uint32_t largest_data = 61;
-
-static_assert(VIRTUALUNIT_TEXT_SIZE - 1 <= largest_text, "an identity text fits into one block");
-
-/// An element of a message; its value lies in the message.
-struct element_t
-{
-    uint32_t id;
-    uint32_t type;
-    const uint8_t *value;
-    uint32_t size;
-};
-
-/// Elements that belong into the same block.
-struct group_t
-{
-    uint8_t bytes[largest_group];
-    uint32_t length;
-};
+static_assert(VIRTUALUNIT_TEXT_SIZE - 1 <= virtualelements::largest_text, "an identity text fits into one block");
 
 /// What the elements of one message have named so far.
 struct named_t
@@ -47,23 +26,6 @@ struct named_t
     bool has_source;
     bool has_destination;
 };
-
-uint32_t smaller(uint32_t left, uint32_t right)
-{
-    return left < right ? left : right;
-}
-
-void copy(uint8_t *to, const uint8_t *from, uint32_t count)
-{
-    for (uint32_t index = 0; index < count; ++index)
-        to[index] = from[index];
-}
-
-void clear(void *memory, uint32_t count)
-{
-    for (uint32_t index = 0; index < count; ++index)
-        static_cast<uint8_t *>(memory)[index] = 0;
-}
 
 uint32_t text_length(const char *text)
 {
@@ -81,91 +43,7 @@ void set_text(char (&text)[VIRTUALUNIT_TEXT_SIZE], const char (&value)[size])
         text[index] = value[index];
 }
 
-// Reading messages.
-
-/// Reads the element at an offset and moves on; false at the end, at an invalid type and at an element that is cut.
-bool next_element(const uint8_t *message, uint32_t length, uint32_t *at, element_t *element)
-{
-    const uint8_t *const bytes = message + *at;
-    const uint32_t left = length - *at;
-    if (left < head_size)
-        return false;
-    uint32_t head = head_size;
-    uint32_t size = 0;
-    switch (bytes[1]) {
-    case USMSG_DATA_TYPE_NONE:
-        break;
-    case USMSG_DATA_TYPE_U8:
-        size = 1;
-        break;
-    case USMSG_DATA_TYPE_U16:
-        size = 2;
-        break;
-    case USMSG_DATA_TYPE_U32:
-        size = 4;
-        break;
-    case USMSG_DATA_TYPE_BYTES:
-        if (left < string_head_size)
-            return false;
-        head = string_head_size;
-        size = bytes[2];
-        break;
-    default:
-        return false;
-    }
-    if (left < head + size)
-        return false;
-    *element = {bytes[0], bytes[1], bytes + head, size};
-    *at += head + size;
-    return true;
-}
-
-uint32_t number_of(const element_t &element)
-{
-    uint32_t number = 0;
-    for (uint32_t index = element.size; index > 0; --index)
-        number = number << 8 | element.value[index - 1];
-    return number;
-}
-
-/// An identifier with a type, as one number: most identifiers mean something with one type only.
-constexpr uint32_t key(uint32_t id, uint32_t type)
-{
-    return id << 8 | type;
-}
-
 // Writing answers.
-
-void append_number(group_t *group, uint32_t id, uint32_t type, uint32_t size, uint32_t number)
-{
-    uint8_t *const bytes = group->bytes + group->length;
-    bytes[0] = static_cast<uint8_t>(id);
-    bytes[1] = static_cast<uint8_t>(type);
-    for (uint32_t index = 0; index < size; ++index)
-        bytes[head_size + index] = static_cast<uint8_t>(number >> (8 * index));
-    group->length += head_size + size;
-}
-
-void append_mark(group_t *group, uint32_t id)
-{
-    append_number(group, id, USMSG_DATA_TYPE_NONE, 0, 0);
-}
-
-void append_u8(group_t *group, uint32_t id, uint8_t number)
-{
-    append_number(group, id, USMSG_DATA_TYPE_U8, 1, number);
-}
-
-void append_u32(group_t *group, uint32_t id, uint32_t number)
-{
-    append_number(group, id, USMSG_DATA_TYPE_U32, 4, number);
-}
-
-void append_channel(group_t *group, const virtualunit_channel_t &channel)
-{
-    append_u8(group, USMSG_ID_CH, channel.ch);
-    append_u8(group, USMSG_ID_CH_NO, channel.ch_no);
-}
 
 void queue_group(virtualunit_t *unit, const group_t &group)
 {
@@ -175,7 +53,7 @@ void queue_group(virtualunit_t *unit, const group_t &group)
     }
     uint8_t *const end = unit->queue + unit->queue_used;
     end[0] = static_cast<uint8_t>(group.length);
-    copy(end + 1, group.bytes, group.length);
+    virtualbytes::copy(end + 1, group.bytes, group.length);
     unit->queue_used += 1 + group.length;
 }
 
@@ -189,7 +67,7 @@ void answer_u8(virtualunit_t *unit, uint32_t id, uint8_t number)
 void answer_u16(virtualunit_t *unit, uint32_t id, uint16_t number)
 {
     group_t group = {};
-    append_number(&group, id, USMSG_DATA_TYPE_U16, 2, number);
+    append_u16(&group, id, number);
     queue_group(unit, group);
 }
 
@@ -203,12 +81,7 @@ void answer_u32(virtualunit_t *unit, uint32_t id, uint32_t number)
 void answer_text(virtualunit_t *unit, uint32_t id, const char *text, uint32_t length)
 {
     group_t group = {};
-    group.bytes[0] = static_cast<uint8_t>(id);
-    group.bytes[1] = USMSG_DATA_TYPE_BYTES;
-    group.bytes[2] = static_cast<uint8_t>(length);
-    for (uint32_t index = 0; index < length; ++index)
-        group.bytes[string_head_size + index] = static_cast<uint8_t>(text[index]);
-    group.length = string_head_size + length;
+    append_text(&group, id, text, length);
     queue_group(unit, group);
 }
 
@@ -336,57 +209,11 @@ void carry_out_for_channel(virtualunit_t *unit, const element_t &element, const 
     }
 }
 
-// The firmware transfer.
-
-/// CRC-32 as of Ethernet, carried on over further bytes; half a byte at a time, which is fast enough.
-uint32_t carry_checksum_on(uint32_t checksum, const uint8_t *bytes, uint32_t count)
-{
-    static constexpr uint32_t table[16] = {
-        0x00000000, 0x1DB71064, 0x3B6E20C8, 0x26D930AC, 0x76DC4190, 0x6B6B51F4, 0x4DB26158, 0x5005713C,
-        0xEDB88320, 0xF00F9344, 0xD6D6A3E8, 0xCB61B38C, 0x9B64C2B0, 0x86D3D2D4, 0xA00AE278, 0xBDBDF21C,
-    };
-    checksum = ~checksum;
-    for (uint32_t index = 0; index < count; ++index) {
-        checksum ^= bytes[index];
-        checksum = checksum >> 4 ^ table[checksum & 0xF];
-        checksum = checksum >> 4 ^ table[checksum & 0xF];
-    }
-    return ~checksum;
-}
-
-void begin_firmware(virtualunit_firmware_t *firmware, uint32_t size)
-{
-    firmware->size = size;
-    firmware->received = 0;
-    firmware->room = 0;
-    firmware->checksum = 0;
-    firmware->blocks = 0;
-    firmware->misfits = 0;
-}
-
 void answer_firmware_status(virtualunit_t *unit)
 {
-    virtualunit_firmware_t &firmware = unit->firmware;
-    firmware.room = firmware.received == firmware.size ? 0 : firmware.allowance;
     group_t group = {};
-    append_u32(&group, USMSG_ID_FW_ROOM, firmware.room + firmware.lied_room);
-    append_u32(&group, USMSG_ID_FW_OFFSET, firmware.received + firmware.lied_offset);
+    virtualfirmware::append_status(&unit->firmware, &group);
     queue_group(unit, group);
-}
-
-void take_firmware_data(virtualunit_firmware_t *firmware, const element_t &element)
-{
-    const uint32_t awaited = smaller(firmware->room, firmware->size - firmware->received);
-    const bool ends_allowance = awaited <= largest_data;
-    const uint32_t id = ends_allowance ? USMSG_ID_FW_DATA_LAST : USMSG_ID_FW_DATA;
-    ++firmware->blocks;
-    if (awaited == 0 || element.id != id || element.size != smaller(awaited, largest_data)) {
-        ++firmware->misfits;
-        return;
-    }
-    firmware->checksum = carry_checksum_on(firmware->checksum, element.value, element.size);
-    firmware->received += element.size;
-    firmware->room -= element.size;
 }
 
 // Messages and blocks.
@@ -426,14 +253,14 @@ void carry_out(virtualunit_t *unit, const element_t &element, named_t *named)
         complete_route(unit, *named);
         break;
     case key(USMSG_ID_FW_BEGIN, USMSG_DATA_TYPE_U32):
-        begin_firmware(&unit->firmware, number_of(element));
+        virtualfirmware::begin(&unit->firmware, number_of(element));
         break;
     case key(USMSG_ID_FW_STATUS, USMSG_DATA_TYPE_NONE):
         answer_firmware_status(unit);
         break;
     case key(USMSG_ID_FW_DATA, USMSG_DATA_TYPE_BYTES):
     case key(USMSG_ID_FW_DATA_LAST, USMSG_DATA_TYPE_BYTES):
-        take_firmware_data(&unit->firmware, element);
+        virtualfirmware::take_data(&unit->firmware, element);
         break;
     default:
         carry_out_for_channel(unit, element, named->channel);
@@ -446,37 +273,12 @@ void take_queue(virtualunit_t *unit, uint8_t *block, uint32_t used)
     uint32_t taken = 0;
     while (taken < unit->queue_used && used + unit->queue[taken] <= VIRTUALUNIT_BLOCK_SIZE) {
         const uint32_t length = unit->queue[taken];
-        copy(block + used, unit->queue + taken + 1, length);
+        virtualbytes::copy(block + used, unit->queue + taken + 1, length);
         used += length;
         taken += 1 + length;
     }
     unit->queue_used -= taken;
-    copy(unit->queue, unit->queue + taken, unit->queue_used);
-}
-
-/// Fills a block with what only looks like elements: none that is whole has a known identifier.
-void garble(uint32_t transfer, uint8_t *block)
-{
-    constexpr uint8_t unknown_id = 0xEE;
-    static constexpr uint8_t beginnings[][6] = {
-        // Invalid types.
-        {USMSG_ID_HZ, 6, 1, 2, 3, 4},
-        {0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF},
-        {unknown_id, USMSG_DATA_TYPE_U8, 1, USMSG_ID_READY, 200, 1},
-        {USMSG_ID_END, USMSG_DATA_TYPE_NONE, USMSG_ID_FW_ROOM, 7, 0, 0},
-        // Strings that are longer than the block, or leave too little of it for the next element.
-        {USMSG_ID_PRODUCTNAME, USMSG_DATA_TYPE_BYTES, 255, 'K', 'D', '-'},
-        {unknown_id, USMSG_DATA_TYPE_BYTES, largest_group - string_head_size, 'K', 'D', '-'},
-    };
-    static constexpr uint8_t ending[] = {USMSG_ID_HZ, USMSG_DATA_TYPE_U32, 0xFF};
-    uint32_t noise = transfer;
-    for (uint32_t index = 0; index < VIRTUALUNIT_BLOCK_SIZE; ++index) {
-        noise = noise * 1664525 + 1013904223;
-        block[index] = static_cast<uint8_t>(noise >> 24);
-    }
-    const uint8_t(&beginning)[6] = beginnings[transfer % (sizeof(beginnings) / sizeof(beginnings[0]))];
-    copy(block, beginning, sizeof(beginning));
-    copy(block + VIRTUALUNIT_BLOCK_SIZE - sizeof(ending), ending, sizeof(ending));
+    virtualbytes::copy(unit->queue, unit->queue + taken, unit->queue_used);
 }
 
 /// Makes the next block. What is not written stays zero, and so ends the block where two bytes are left.
@@ -486,23 +288,14 @@ void make_block(virtualunit_t *unit, uint32_t fault)
     const bool busy = unit->busy_reads > 0 || fault == VIRTUALUNIT_FAULT_BUSY;
     if (unit->busy_reads > 0)
         --unit->busy_reads;
-    clear(block, VIRTUALUNIT_BLOCK_SIZE);
+    virtualbytes::clear(block, VIRTUALUNIT_BLOCK_SIZE);
     block[0] = USMSG_ID_READY;
     block[1] = USMSG_DATA_TYPE_U8;
     block[2] = busy ? 0 : 1;
     if (!busy && fault != VIRTUALUNIT_FAULT_MUTE)
-        take_queue(unit, block, ready_flag_size);
+        take_queue(unit, block, virtualelements::ready_flag_size);
     if (fault == VIRTUALUNIT_FAULT_GARBLED)
-        garble(unit->transfers, block);
-}
-
-// Faults.
-
-bool is_active(const virtualunit_fault_t &fault, uint32_t transfer)
-{
-    if (transfer < fault.first)
-        return false;
-    return fault.count == VIRTUALUNIT_FOREVER || transfer - fault.first < fault.count;
+        virtualfaults::garble(unit->transfers, block);
 }
 
 /// The unit is without power: what was on its way is lost, an image that is not whole too.
@@ -510,51 +303,19 @@ void lose_power(virtualunit_t *unit)
 {
     unit->queue_used = 0;
     unit->busy_reads = 0;
-    clear(unit->last_block, VIRTUALUNIT_BLOCK_SIZE);
+    virtualbytes::clear(unit->last_block, VIRTUALUNIT_BLOCK_SIZE);
     if (unit->firmware.received != unit->firmware.size)
-        begin_firmware(&unit->firmware, 0);
-}
-
-virtualunit_fault_t fault_of(const virtualunit_t *unit, uint32_t transfer)
-{
-    virtualunit_fault_t found = {VIRTUALUNIT_FAULT_NONE, 0, 0, 0};
-    for (uint32_t index = 0; index < unit->fault_count; ++index) {
-        const virtualunit_fault_t &fault = unit->faults[index];
-        if (!is_active(fault, transfer))
-            continue;
-        // Nothing else can happen to a unit that is not there.
-        if (fault.kind == VIRTUALUNIT_FAULT_UNPLUG)
-            return fault;
-        if (found.kind == VIRTUALUNIT_FAULT_NONE)
-            found = fault;
-    }
-    return found;
+        virtualfirmware::begin(&unit->firmware, 0);
 }
 
 /// Counts a transfer and tells what goes wrong with it.
 virtualunit_fault_t begin_transfer(virtualunit_t *unit)
 {
-    const virtualunit_fault_t fault = fault_of(unit, unit->transfers);
+    const virtualunit_fault_t fault = virtualfaults::of_transfer(unit, unit->transfers);
     ++unit->transfers;
     if (fault.kind == VIRTUALUNIT_FAULT_UNPLUG)
         lose_power(unit);
     return fault;
-}
-
-virtualunit_result_t result_of(uint32_t fault)
-{
-    switch (fault) {
-    case VIRTUALUNIT_FAULT_STALL:
-        return VIRTUALUNIT_STALLED;
-    case VIRTUALUNIT_FAULT_LATE:
-        return VIRTUALUNIT_LATE;
-    case VIRTUALUNIT_FAULT_HARD:
-        return VIRTUALUNIT_FAILED;
-    case VIRTUALUNIT_FAULT_UNPLUG:
-        return VIRTUALUNIT_GONE;
-    default:
-        return VIRTUALUNIT_OK;
-    }
 }
 
 void set_factory_strips(virtualunit_t *unit)
@@ -583,7 +344,7 @@ void set_factory_routes(virtualunit_t *unit)
 
 void virtualunit_init(virtualunit_t *unit)
 {
-    clear(unit, sizeof(*unit));
+    virtualbytes::clear(unit, sizeof(*unit));
     unit->version = 0x0123;
     unit->build = 0x0456;
     set_text(unit->product, "KD-MX2");
@@ -632,19 +393,12 @@ int virtualunit_add_fault(virtualunit_t *unit, virtualunit_fault_t fault)
 
 void virtualunit_say(virtualunit_t *unit, const char *text, uint32_t length)
 {
-    answer_text(unit, USMSG_ID_DEBUG, text, smaller(length, largest_text));
+    answer_text(unit, USMSG_ID_DEBUG, text, virtualbytes::smaller(length, virtualelements::largest_text));
 }
 
 int virtualunit_is_plugged(const virtualunit_t *unit)
 {
-    for (uint32_t index = 0; index < unit->fault_count; ++index) {
-        const virtualunit_fault_t &fault = unit->faults[index];
-        // In the first transfer of the fault it is still there, to be pulled out.
-        if (fault.kind == VIRTUALUNIT_FAULT_UNPLUG && unit->transfers != fault.first
-            && is_active(fault, unit->transfers))
-            return 0;
-    }
-    return 1;
+    return virtualfaults::is_pulled_out(unit) ? 0 : 1;
 }
 
 void virtualunit_skip(virtualunit_t *unit)
@@ -655,7 +409,7 @@ void virtualunit_skip(virtualunit_t *unit)
 virtualunit_result_t virtualunit_write(virtualunit_t *unit, const uint8_t *message, uint32_t length)
 {
     const virtualunit_fault_t fault = begin_transfer(unit);
-    const virtualunit_result_t result = result_of(fault.kind);
+    const virtualunit_result_t result = virtualfaults::result_of(fault.kind);
     if (result != VIRTUALUNIT_OK)
         return result;
     if (length > VIRTUALUNIT_BLOCK_SIZE)
@@ -666,7 +420,7 @@ virtualunit_result_t virtualunit_write(virtualunit_t *unit, const uint8_t *messa
     named_t named = {};
     element_t element;
     uint32_t at = 0;
-    while (next_element(message, length, &at, &element))
+    while (virtualelements::next(message, length, &at, &element))
         carry_out(unit, element, &named);
     return VIRTUALUNIT_OK;
 }
@@ -675,14 +429,14 @@ virtualunit_result_t virtualunit_read(virtualunit_t *unit, uint8_t *block, uint3
 {
     *length = 0;
     const virtualunit_fault_t fault = begin_transfer(unit);
-    const virtualunit_result_t result = result_of(fault.kind);
+    const virtualunit_result_t result = virtualfaults::result_of(fault.kind);
     if (result != VIRTUALUNIT_OK)
         return result;
     if (fault.kind != VIRTUALUNIT_FAULT_STALE)
         make_block(unit, fault.kind);
     *length = VIRTUALUNIT_BLOCK_SIZE;
     if (fault.kind == VIRTUALUNIT_FAULT_SHORT)
-        *length = smaller(fault.parameter, VIRTUALUNIT_BLOCK_SIZE - 1);
-    copy(block, unit->last_block, *length);
+        *length = virtualbytes::smaller(fault.parameter, VIRTUALUNIT_BLOCK_SIZE - 1);
+    virtualbytes::copy(block, unit->last_block, *length);
     return VIRTUALUNIT_OK;
 }

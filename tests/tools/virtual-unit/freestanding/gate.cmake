@@ -1,8 +1,9 @@
-# Compiles SOURCE as a kernel would and looks at what its object needs. Run with cmake -P; fails with the reason.
+# Compiles SOURCES as a kernel would, into one object, and looks at what that needs. Run with cmake -P; fails with the
+# reason.
 #
-# COMPILER, NM  the tools
-# INCLUDES      include folders, separated by commas
-# OBJECT        the object file to be made
+# COMPILER, NM       the tools
+# SOURCES, INCLUDES  files and include folders, separated by commas
+# OBJECT             the object file to be made
 cmake_minimum_required(VERSION 3.25)
 
 # A compiler may emit calls of these four for plain code; whoever takes the object in has them.
@@ -10,16 +11,17 @@ set(allowed memcpy memmove memset memcmp)
 
 # An indented line is printed as it is; others are wrapped, and could not be searched for.
 function(refuse reason)
-    message(FATAL_ERROR "${SOURCE}\n  ${reason}")
+    message(FATAL_ERROR "${SOURCES}\n  ${reason}")
 endfunction()
 
+string(REPLACE "," ";" SOURCES "${SOURCES}")
 string(REPLACE "," ";" INCLUDES "${INCLUDES}")
 list(TRANSFORM INCLUDES PREPEND "-I")
 
 foreach(level -O0 -O2 -Os)
     execute_process(
         COMMAND ${COMPILER} -std=c++20 ${level} -ffreestanding -fno-exceptions -fno-rtti -fno-stack-protector
-            ${INCLUDES} -c ${SOURCE} -o ${OBJECT}
+            ${INCLUDES} -r -nostdlib ${SOURCES} -o ${OBJECT}
         RESULT_VARIABLE result
         ERROR_VARIABLE messages)
     if(NOT result EQUAL 0)
