@@ -376,17 +376,22 @@ void QUSDeviceTest::signalsAndSlotsHaveTheirPlaces()
         QStringList list;
         for (int index = meta.methodOffset(); index < meta.methodCount(); ++index)
             list += QString::fromLatin1(meta.method(index).methodSignature());
-        return list.join(QLatin1Char(' '));
+        return list;
     };
-    QCOMPARE(signatures(QUSDevice::staticMetaObject),
-             QStringLiteral("sig_deselect() sig_is_selected() sig_us_send(QByteArray) sig_us_recv() "
-                            "sig_recv_debug(QString) sig_recv_hz(uint32_t) sig_recv_autopowersave(bool) "
-                            "sig_recv_stereo(usmsg_data_ch_t,uint8_t,usmsg_data_ch_type_t) "
-                            "sig_recv_mute(usmsg_data_ch_t,uint8_t,bool) "
-                            "sig_recv_fader(usmsg_data_ch_t,uint8_t,uint8_t) sig_recv_version(uint16_t) "
-                            "sig_recv_build(uint16_t) sig_recv_productname(QString) sig_recv_builddate(QString) "
-                            "sig_recv_buildtime(QString) recv_deselect(bool) recv_is_selected(bool) "
-                            "recv_us_send_result(bool) recv_us_recv_result(bool,QByteArray)"));
+    QCOMPARE(
+        signatures(QUSDevice::staticMetaObject),
+        QStringList({QStringLiteral("sig_deselect()"), QStringLiteral("sig_is_selected()"),
+                     QStringLiteral("sig_us_send(QByteArray)"), QStringLiteral("sig_us_recv()"),
+                     QStringLiteral("sig_recv_debug(QString)"), QStringLiteral("sig_recv_hz(uint32_t)"),
+                     QStringLiteral("sig_recv_autopowersave(bool)"),
+                     QStringLiteral("sig_recv_stereo(usmsg_data_ch_t,uint8_t,usmsg_data_ch_type_t)"),
+                     QStringLiteral("sig_recv_mute(usmsg_data_ch_t,uint8_t,bool)"),
+                     QStringLiteral("sig_recv_fader(usmsg_data_ch_t,uint8_t,uint8_t)"),
+                     QStringLiteral("sig_recv_version(uint16_t)"), QStringLiteral("sig_recv_build(uint16_t)"),
+                     QStringLiteral("sig_recv_productname(QString)"), QStringLiteral("sig_recv_builddate(QString)"),
+                     QStringLiteral("sig_recv_buildtime(QString)"), QStringLiteral("recv_deselect(bool)"),
+                     QStringLiteral("recv_is_selected(bool)"), QStringLiteral("recv_us_send_result(bool)"),
+                     QStringLiteral("recv_us_recv_result(bool,QByteArray)")}));
     QVERIFY(QMetaType::fromName("usmsg_data_ch_t").isValid());
     QVERIFY(QMetaType::fromName("usmsg_data_ch_type_t").isValid());
 }

@@ -201,8 +201,8 @@ TEST(Requests, aMessageOfAnySizeHoldsWhatTheRulesAllow)
         std::vector<Bytes> left;
         const Bytes expected = Model(size).message(&left);
         Pending pending = everything();
-        EXPECT_EQ(message_of(&pending, size), expected);
-        EXPECT_EQ(still_pending(pending), left);
+        ASSERT_EQ(message_of(&pending, size), expected);
+        ASSERT_EQ(still_pending(pending), left);
     }
 }
 

@@ -36,6 +36,10 @@ constexpr int faultCount = 24;
 // How often an owner may have to ask a healthy unit until all is as it should be.
 constexpr int asksAtMost = 200;
 
+// What query() and setAtRandom() know.
+constexpr uint32_t queryCount = 6;
+constexpr uint32_t settingCount = 6;
+
 // A hung test ends itself. No outcome depends on it.
 constexpr std::chrono::seconds patience(100);
 
@@ -294,12 +298,12 @@ private:
     void askAtRandom()
     {
         // A query comes in any case: a setting that is equal to the one before sends nothing.
-        query(m_chance.below(6));
+        query(m_chance.below(queryCount));
         for (uint32_t further = m_chance.below(4); further > 0; --further) {
             if (m_chance.below(2) == 0)
-                query(m_chance.below(6));
+                query(m_chance.below(queryCount));
             else
-                setAtRandom(m_chance.below(6));
+                setAtRandom(m_chance.below(settingCount));
         }
     }
 
@@ -323,7 +327,7 @@ private:
 
     void askEverything()
     {
-        for (uint32_t which = 0; which < 6; ++which)
+        for (uint32_t which = 0; which < queryCount; ++which)
             query(which);
     }
 

@@ -296,12 +296,20 @@ std::vector<uint8_t> setup_of(const std::vector<uint8_t> &request)
 /// The types that one side sends an identifier with, as the comment of the header tells: "NONE", "NONE or U8", "".
 std::string types_of(const headerfile::Entry &entry, const std::string &side)
 {
+    std::string types;
     const std::regex part("(?:^|; )(both|host|unit), ([A-Z0-9]+(?: or [A-Z0-9]+)*)(?=[:,])");
     for (std::sregex_iterator match(entry.comment.begin(), entry.comment.end(), part), end; match != end; ++match) {
-        if ((*match)[1] == side || (*match)[1] == "both")
-            return (*match)[2];
+        if ((*match)[1] != side && (*match)[1] != "both")
+            continue;
+        EXPECT_EQ(types, "") << entry.name << ": two parts of the comment tell what the " << side << " sends";
+        types = (*match)[2];
     }
-    return {};
+    return types;
+}
+
+bool contains(const std::vector<markdown::Row> &rows, const markdown::Row &row)
+{
+    return std::find(rows.begin(), rows.end(), row) != rows.end();
 }
 
 std::string hex_of(uint32_t value)
@@ -371,7 +379,11 @@ TEST(ProtocolDocument, VocabularyIsThatOfTheCode)
         EXPECT_FALSE(row.back().empty()) << row.front() << " means nothing";
         row.resize(4);
     }
-    EXPECT_EQ(rows, expected);
+    for (const markdown::Row &row : expected)
+        EXPECT_TRUE(contains(rows, row)) << "only in the code: " << testing::PrintToString(row);
+    for (const markdown::Row &row : rows)
+        EXPECT_TRUE(contains(expected, row)) << "only in the document: " << testing::PrintToString(row);
+    EXPECT_TRUE(rows == expected) << "the rows, or their order";
 }
 
 TEST(ProtocolDocument, TypesAndChannelsAreThoseOfTheCode)

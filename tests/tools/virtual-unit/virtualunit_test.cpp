@@ -6,6 +6,8 @@
 
 #include <algorithm>
 #include <cstring>
+#include <ios>
+#include <ostream>
 #include <set>
 #include <string>
 #include <vector>
@@ -261,7 +263,7 @@ TEST_F(VirtualUnit, IdentifiersOfTheUnitAndOtherTypesAreIgnored)
             const Bytes element = {static_cast<uint8_t>(id), static_cast<uint8_t>(type), 3, 3, 3, 3};
             const Bytes message = joined({0x61, 2, 1, 0x62, 2, 1}, element);
             virtualunit_init(&unit);
-            ASSERT_EQ(is_ignored(message), vocabulary.count({id, type}) == 0) << id << ' ' << type;
+            ASSERT_EQ(is_ignored(message), vocabulary.count({id, type}) == 0) << std::hex << "0x" << id << ' ' << type;
         }
     }
 }
