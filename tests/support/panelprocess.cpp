@@ -52,8 +52,12 @@ bool PanelProcess::waitForWindow(int timeoutMs)
 bool PanelProcess::waitForWindow(const QString &title, int timeoutMs)
 {
     const auto isActive = [&] { return windows(title).contains(activeWindow()); };
-    return QTest::qWaitFor([&] { return m_process.state() == QProcess::NotRunning || isActive(); }, timeoutMs)
-        && m_process.state() == QProcess::Running;
+    if (QTest::qWaitFor([&] { return m_process.state() == QProcess::NotRunning || isActive(); }, timeoutMs))
+        return m_process.state() == QProcess::Running;
+    // A window that is there and does not become active has another reason than one that does not come.
+    qInfo("Visible with the title \"%s\": %s; active: %s", qPrintable(title), qPrintable(windows(title).join(u' ')),
+          qPrintable(activeWindow()));
+    return false;
 }
 
 int PanelProcess::waitForExit(int timeoutMs)
