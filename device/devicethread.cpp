@@ -47,6 +47,11 @@ DeviceThread::DeviceThread(QObject *parent)
 {
 }
 
+std::unique_lock<std::mutex> DeviceThread::hold()
+{
+    return std::unique_lock(application().lock);
+}
+
 void DeviceThread::release()
 {
     const std::lock_guard lock(application().lock);
@@ -65,6 +70,7 @@ void DeviceThread::run()
     lock.unlock();
     // Comes back at once when quit() was called before.
     loop.exec();
+    // Behind run(), Qt deletes the thread's event dispatcher: not while somebody holds it.
     lock.lock();
 }
 

@@ -3,6 +3,8 @@
 #include <QDeadlineTimer>
 #include <QThread>
 
+#include <mutex>
+
 /**
  * The thread of the device worker. Its event loop starts when the application object exists, however early the thread
  * itself was started: until then nothing posted to it is lost.
@@ -16,6 +18,16 @@ class DeviceThread : public QThread
 public:
     /// Starts nothing yet. @param parent  owner, or null
     explicit DeviceThread(QObject *parent = nullptr);
+
+    /**
+     * Keeps all device threads from ending, and the workers on them from being deleted, for as long as the result
+     * lives.
+     *
+     * For whoever emits a worker's signal from another thread: until the last slot was called Qt uses the worker, and
+     * the event dispatcher of its thread, whether or not these go meanwhile. Any thread; hold it shortly, and call
+     * nothing else of this class meanwhile but quit().
+     */
+    [[nodiscard]] static std::unique_lock<std::mutex> hold();
 
     /**
      * Ends the thread also when there never was an application object. Call it after quit(); any thread.

@@ -60,7 +60,11 @@ QUSDevice::QUSDevice(QObject *parent)
 QUSDevice::~QUSDevice()
 {
     m_gate->close();
-    Q_EMIT m_unit->finished();
+    {
+        // The first slot ends the thread, the second is posted to it.
+        const auto held = DeviceThread::hold();
+        Q_EMIT m_unit->finished();
+    }
     m_thread->release();
     if (!waitForWorker()) {
         // A thread that hangs in the driver still uses these; nobody waits for it any longer.

@@ -1,5 +1,7 @@
 #include "qusdeviceunit.h"
 
+#include "devicethread.h"
+
 #include <QThread>
 
 #include <algorithm>
@@ -18,6 +20,12 @@ QUSDeviceUnit::QUSDeviceUnit(QObject *parent)
 {
     usdev_list_init(&m_devices);
     select_default();
+}
+
+QUSDeviceUnit::~QUSDeviceUnit()
+{
+    // Its thread may get here while the owner is still inside the signal that asks for it.
+    const auto turn = DeviceThread::hold();
 }
 
 void QUSDeviceUnit::deselect()

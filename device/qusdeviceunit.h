@@ -20,6 +20,7 @@ class QUSDeviceUnit : public QObject
 public:
     /// Looks for the unit in the calling thread, without a transfer. @param parent must be null to change threads.
     explicit QUSDeviceUnit(QObject *parent = nullptr);
+    ~QUSDeviceUnit() override;
 
 Q_SIGNALS:
     /**
