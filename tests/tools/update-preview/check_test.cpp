@@ -156,6 +156,8 @@ void TestCheck::mistakeIsWarnedOf_data()
     add("unknown key", {QStringLiteral("colour=\"red\"")}, "/colour\": The panel does not know this key.");
     add("language in lower case", {QStringLiteral("@german=\"x\"")},
         "/messages/german\": This is the English name of no language. Did you mean \"German\"?");
+    add("misspelt language", {QStringLiteral("@Germn=\"x\"")},
+        "/messages/Germn\": This is the English name of no language. Did you mean \"German\"?");
     add("no such language", {QStringLiteral("@Klingon=\"x\"")},
         "/messages/Klingon\": This is the English name of no language.");
     add("missing language", {QStringLiteral("@German")},

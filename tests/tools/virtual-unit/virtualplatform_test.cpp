@@ -196,6 +196,16 @@ TEST_F(Platform, OpensTheControlPathAndNoOther)
     EXPECT_EQ(open_error(u""), USPLATFORM_ERROR_NOT_FOUND);
 }
 
+TEST_F(Platform, EveryHandleIsCounted)
+{
+    const intptr_t first = platform->open(control_path.c_str());
+    const intptr_t second = platform->open(control_path.c_str());
+    EXPECT_EQ(virtualplatform::open_handles(), 2U);
+    platform->close(first);
+    EXPECT_EQ(virtualplatform::open_handles(), 1U);
+    platform->close(second);
+}
+
 TEST_F(Platform, OpeningMayBeDenied)
 {
     virtualplatform::deny_access(USPLATFORM_ERROR_ACCESS_DENIED);
