@@ -1,8 +1,7 @@
 #include "driversettings.h"
 #include "identity.h"
 #include "settingsfile.h"
-
-#include <QStandardPaths>
+#include "settingsfolder.h"
 
 namespace {
 
@@ -10,8 +9,7 @@ namespace {
 QString driverSettingsFile()
 {
     const QString key = identity::driverSettingsPath.section(u'\\', 2).replace(u'\\', u'/');
-    return QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) + u'/' + key
-        + QStringLiteral(".conf");
+    return settingsFolder() + u'/' + key + QStringLiteral(".conf");
 }
 
 } // namespace

@@ -2,20 +2,29 @@
 
 #include "identity.h"
 #include "settingsfile.h"
-
-#include <QFileInfo>
+#include "settingsfolder.h"
 
 namespace {
 
-/// Without opening it: whoever asks QSettings for its name has already had it read.
+/// Where the file is looked for instead of the user's folder; empty: nowhere else.
+QString &otherFolder()
+{
+    static QString folder;
+    return folder;
+}
+
 QString panelSettingsFile()
 {
-    const QSettings neighbour(QSettings::IniFormat, QSettings::UserScope, identity::organizationName);
-    return QFileInfo(neighbour.fileName()).path() + u'/' + identity::organizationName + u'/' + identity::applicationName
-        + QStringLiteral(".ini");
+    const QString folder = otherFolder().isEmpty() ? settingsFolder() : otherFolder();
+    return folder + u'/' + identity::organizationName + u'/' + identity::applicationName + QStringLiteral(".ini");
 }
 
 } // namespace
+
+void setPanelSettingsFolder(const QString &folder)
+{
+    otherFolder() = folder;
+}
 
 QSettings openPanelSettings()
 {

@@ -1,10 +1,10 @@
 #include "privatefolder.h"
 
 #include "environment.h"
+#include "panelsettings.h"
 #include "updatesettings.h"
 
 #include <QDir>
-#include <QSettings>
 #include <QUrl>
 
 namespace {
@@ -24,7 +24,7 @@ PrivateFolder::PrivateFolder()
     const QDir folder(m_folder.path());
     if (!m_folder.isValid() || !folder.mkdir(settingsName) || !folder.mkdir(packagesName))
         return;
-    QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, folder.filePath(settingsName));
+    setPanelSettingsFolder(folder.filePath(settingsName));
     const QString packages = QDir::toNativeSeparators(folder.filePath(packagesName));
     for (const char *const variable : temporaryVariables)
         environment::set(variable, packages);

@@ -12,6 +12,16 @@
 
 #include <sys/stat.h>
 
+namespace {
+
+void makePipe(const QString &file)
+{
+    QVERIFY(QDir().mkpath(QFileInfo(file).path()));
+    QCOMPARE(::mkfifo(QFile::encodeName(file).constData(), 0600), 0);
+}
+
+} // namespace
+
 class PanelSettingsPosixTest : public QObject
 {
     Q_OBJECT
@@ -21,13 +31,22 @@ private Q_SLOTS:
     void pipesAreMovedOutOfTheWay()
     {
         const QString file = stored::panelFile();
-        QVERIFY(QDir().mkpath(QFileInfo(file).path()));
         for (const char *const bad : {".bad", ".bad.2", ".bad.3"}) {
-            QCOMPARE(::mkfifo(QFile::encodeName(file).constData(), 0600), 0);
+            makePipe(file);
             QVERIFY(openPanelSettings().allKeys().isEmpty());
             QVERIFY(!QFileInfo::exists(file));
             QVERIFY(QFileInfo::exists(file + QString::fromLatin1(bad)));
         }
+    }
+
+    // The maker's other programs may keep settings of their own there. QSettings reads them if one lets it.
+    void otherFilesAreNotEvenOpened()
+    {
+        makePipe(qEnvironmentVariable("XDG_CONFIG_HOME") + QStringLiteral("/VELMAR.ini"));
+        makePipe(qEnvironmentVariable("XDG_CONFIG_DIRS") + QStringLiteral("/VELMAR.ini"));
+        makePipe(qEnvironmentVariable("XDG_CONFIG_DIRS") + QStringLiteral("/VELMAR/KD-MXSeries.ini"));
+        stored::writeReminder(true);
+        QVERIFY(openPanelSettings().value(QStringLiteral("PopupMessage/WakeUp")).toBool());
     }
 };
 
@@ -35,7 +54,8 @@ int main(int argc, char **argv)
 {
     // Qt looks for its settings folder once per process.
     const QTemporaryDir folder;
-    qputenv("XDG_CONFIG_HOME", folder.path().toUtf8());
+    qputenv("XDG_CONFIG_HOME", folder.filePath(QStringLiteral("user")).toUtf8());
+    qputenv("XDG_CONFIG_DIRS", folder.filePath(QStringLiteral("machine")).toUtf8());
     PanelSettingsPosixTest test;
     return QTest::qExec(&test, argc, argv);
 }

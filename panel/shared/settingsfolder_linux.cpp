@@ -1,0 +1,8 @@
+#include "settingsfolder.h"
+
+#include <QStandardPaths>
+
+QString settingsFolder()
+{
+    return QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation);
+}
