@@ -9,7 +9,7 @@ const char *no_unit()
 
 const char *no_permission()
 {
-    return "Install the udev rule that comes with the panel (70-kd-mx.rules in /lib/udev/rules.d), then "
+    return "Install the udev rule that comes with the panel (70-kd-mx.rules in /usr/lib/udev/rules.d), then "
            "unplug the unit and plug it in again. It lets the person at this computer use the unit.";
 }
 
