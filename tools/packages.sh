@@ -14,9 +14,10 @@ packages_fuzz=(clang-14 libclang-rt-14-dev)
 packages_soak=(python3)
 packages_coverage=(gcovr)
 packages_mutation=(git python3)
-packages_windows=(g++-mingw-w64-x86-64-posix libz-mingw-w64-dev dpkg-dev wine wine64 nsis osslsigncode openssl
-    icoutils libimage-exiftool-perl locales)
-packages_packaging=(dpkg-dev python3 lintian desktop-file-utils appstream mmdebstrap)
+packages_packing=(dpkg-dev python3)
+packages_packaging=("${packages_packing[@]}" lintian desktop-file-utils appstream mmdebstrap)
+packages_windows=("${packages_packing[@]}" g++-mingw-w64-x86-64-posix libz-mingw-w64-dev nsis osslsigncode)
+packages_wine=(wine wine64 openssl icoutils libimage-exiftool-perl locales)
 packages_benchmarks=(python3 curl libbenchmark-dev libnanopb-dev nanopb qasmixer qjackctl qpwgraph)
 
 # ask_for_packages PACKAGE ...
