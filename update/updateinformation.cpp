@@ -116,6 +116,7 @@ void UpdateInformation::replyFinishedInfo(QNetworkReply *informationReply)
     // From here on, all that the manager fetches are packages.
     disconnect(manager, &QNetworkAccessManager::finished, this, &UpdateInformation::replyFinishedInfo);
     connect(manager, &QNetworkAccessManager::finished, this, &UpdateInformation::replyFinishedFileDownload);
+    // "jason" and "dwonload" are part of the log's format: who reads logs looks for them.
     if (informationReply->error() != QNetworkReply::NoError) {
         log() << "UpdateInformation: jason dwonload error";
         log() << informationReply->errorString();

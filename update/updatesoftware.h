@@ -23,8 +23,8 @@ class QWidget;
  * (updatesettings.h).
  *
  * An owner makes one, calls checkFirm() once it knows the unit's firmware, and destroys it at any time: a download or
- * an open window ends with it. GUI thread; destruction waits for UpdateInformation::shutDown(). Rests on
- * Qt Widgets and updateinformation.h.
+ * an open window ends with it. GUI thread; destruction waits for UpdateInformation::shutDown(), and with that
+ * for an execFile() that blocks. Rests on Qt Widgets and updateinformation.h.
  */
 class UpdateSoftware : public QObject
 {
@@ -109,7 +109,7 @@ public Q_SLOTS:
     /// Shows the error box, and returns when it is closed; at once if it is open already. Settles all questions.
     void showMsgBoxError();
 
-    /// Enables the progress window's Cancel button. @param percent  not used
+    /// Enables the progress window's Cancel button; the name's spelling is fixed. @param percent  not used
     void enableCanselButton(int percent);
 
 private:
