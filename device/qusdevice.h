@@ -197,8 +197,8 @@ private:
     QString m_buildTime;
     QPointer<QUSDeviceUnit> m_unit; ///< lives on m_thread; deletes itself there, or is deleted after its end
     QPointer<DeviceThread> m_thread;
-    uint8_t m_deselected = 0;
-    uint8_t m_selected = 0;
+    uint8_t m_deselected = 0; ///< what recv_deselect() was given last; nothing uses it yet
+    uint8_t m_selected = 0; ///< what recv_is_selected() was given last; nothing uses it yet
     requests::Settings m_settings;
     std::unique_ptr<TransferGate> m_gate;
 };

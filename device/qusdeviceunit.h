@@ -6,7 +6,7 @@
 #include <QObject>
 
 /**
- * The worker of the device unit: it owns the found unit, performs each write and read and reports it by signal.
+ * The worker of the device object: it owns the found unit, performs each write and read and reports it by signal.
  *
  * Its slots block in transfers and pauses (a write with its read up to about 6 s on a unit that does not respond), so
  * they belong on a thread of their own; QUSDevice provides it. All signals are emitted on the thread that runs the

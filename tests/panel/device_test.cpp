@@ -1,4 +1,4 @@
-// The device unit in a process that shows the panel: both at work in one event loop, and the unit comes and goes.
+// The device object in a process that shows the panel: both at work in one event loop, and the unit comes and goes.
 
 #include "mainwindow.h"
 #include "qusdevice.h"

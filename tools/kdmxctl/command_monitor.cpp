@@ -24,7 +24,7 @@ constexpr int step_interval_ms = 20;
 constexpr int volume_step = 5;
 constexpr int fine_volume_step = 1;
 
-/// Lines of Qt and of the device unit go where the link's lines go: on the terminal they would tear the view.
+/// Lines of Qt and of the device object go where the link's lines go: on the terminal they would tear the view.
 void log_message(QtMsgType, const QMessageLogContext &, const QString &message)
 {
     std::printf("%s\n", qPrintable(message));

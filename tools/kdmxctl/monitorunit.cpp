@@ -17,7 +17,7 @@ constexpr int highest_level = 255;
 // More than any terminal has rows for.
 constexpr size_t kept_debug_lines = 500;
 
-// A number for the log of the device unit.
+// A number for the log of the device object.
 constexpr uint8_t monitor_tag = 0;
 
 /// A text of the unit without anything that a terminal could take for more than a character.
@@ -100,7 +100,7 @@ void MonitorUnit::refresh()
 
 void MonitorUnit::ask()
 {
-    // The device unit keeps to the unit that it found. Another one, or another port, is found by looking again.
+    // The device object keeps to the unit that it found. Another one, or another port, is found by looking again.
     if (m_state.status == UnitStatus::NoUnit)
         Q_EMIT m_device.sig_deselect();
     // What cannot change while the unit is there is asked until it is known.
@@ -183,7 +183,7 @@ void MonitorUnit::change_volume(int levels)
     const auto level = static_cast<uint8_t>(std::clamp(*volume.expected() + levels, 0, highest_level));
     if (level == *volume.expected())
         return;
-    // The device unit does not send a level equal to the one it was given last, whatever became of that. The one that
+    // The device object does not send a level equal to the one it was given last, whatever became of that. The one that
     // the unit has already comes between; nobody hears it.
     if (level == m_given_volume)
         m_controls.inputVolume(volume.reported() == level ? static_cast<uint8_t>(level ^ 1U) : *volume.reported());

@@ -9,7 +9,7 @@
 namespace kdmxctl {
 
 /**
- * Sees how each transfer went: the device unit only tells that one failed, not why.
+ * Sees how each transfer went: the device object only tells that one failed, not why.
  *
  * Make it while no thread is in the link, and destroy it when none is any more.
  */

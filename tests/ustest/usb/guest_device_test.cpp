@@ -1,4 +1,4 @@
-// The device unit in a real system: a unit that is plugged in later, pulled out and plugged in again.
+// The device object in a real system: a unit that is plugged in later, pulled out and plugged in again.
 
 #include "guestdevice.h"
 

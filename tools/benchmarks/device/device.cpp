@@ -18,7 +18,7 @@
 
 #include <unistd.h>
 
-// What the front of the device unit costs its owner's thread: packing requests, announcing what came, and each call of
+// What the front of the device object costs its owner's thread: packing requests, announcing what came, and each call of
 // a storm of requests while the unit takes its time, and how both grow with the number of requests. Prints tables.
 
 namespace {
