@@ -7,7 +7,7 @@
 
 namespace {
 
-/// Without opening it: whoever asks QSettings for its name has already had it read.
+/// Without opening it: QSettings tells a file's name only after reading the file.
 QString panelSettingsFile()
 {
     const QSettings neighbour(QSettings::IniFormat, QSettings::UserScope, identity::organizationName);
@@ -19,8 +19,8 @@ QString panelSettingsFile()
 
 QSettings openPanelSettings()
 {
-    // By its name: opened by organisation and application, what it lacks would be looked up in files of the whole
-    // machine, which others may write.
+    // By its name: opened by organisation and application, QSettings would also look in files of the whole machine,
+    // which others may write.
     const QString file = panelSettingsFile();
     settingsfile::prepare(file);
     return QSettings(file, QSettings::IniFormat);
