@@ -2,7 +2,7 @@
 
 add_library(kdmx_compile_options INTERFACE)
 
-# Build paths must not end up in the binaries. Where it is counted which lines are run, the sources are found by them.
+# Build paths must not end up in the binaries. Coverage keeps them: it finds the sources by them.
 if(CMAKE_CXX_FLAGS_DEBUG MATCHES "--coverage")
     set(map_paths -fmacro-prefix-map)
 else()
@@ -12,7 +12,7 @@ endif()
 target_compile_options(kdmx_compile_options INTERFACE
     -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wnon-virtual-dtor -Woverloaded-virtual
     $<$<BOOL:${KDMX_WARNINGS_AS_ERRORS}>:-Werror>
-    # This one GCC sees overlaps in the standard library's texts that cannot be (its bug 105651).
+    # This one GCC sees impossible overlaps in the standard library's texts (its bug 105651).
     $<$<AND:$<CXX_COMPILER_ID:GNU>,$<VERSION_GREATER_EQUAL:$<CXX_COMPILER_VERSION>,12>,$<VERSION_LESS:$<CXX_COMPILER_VERSION>,13>>:-Wno-restrict>
     ${map_paths}=${CMAKE_SOURCE_DIR}=.
     ${map_paths}=${CMAKE_BINARY_DIR}=.

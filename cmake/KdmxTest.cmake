@@ -12,7 +12,7 @@ set_property(TARGET Qt6::Test PROPERTY INTERFACE_COMPILE_DEFINITIONS QT_TESTLIB_
 # DEFINES      preprocessor definitions
 # DISPLAY      runs it on a virtual display of its own, with private user folders
 # ENVIRONMENT  further variables of the CTest entry
-# TIMEOUT      seconds after which it counts as hung; 300 unless told
+# TIMEOUT      seconds after which it counts as hung; default: 300
 function(kdmx_add_test name)
     cmake_parse_arguments(PARSE_ARGV 1 arg "DISPLAY" "TIMEOUT" "SOURCES;LINKS;DEFINES;ENVIRONMENT")
     string(REPLACE "." "_" program ${name}_test)

@@ -11,7 +11,7 @@ namespace {
 /// What the threads wait for. Atomics cannot be waited for on every system: MinGW's standard library loses wake-ups.
 struct Application
 {
-    // Held while an event loop is made: the application object, which that needs, does not go away in the meantime.
+    // Held while an event loop is made, so that the application object, which the loop needs, stays meanwhile.
     std::mutex lock;
     std::condition_variable changed;
     bool exists = false;
@@ -70,7 +70,7 @@ void DeviceThread::run()
     lock.unlock();
     // Comes back at once when quit() was called before.
     loop.exec();
-    // Behind run(), Qt deletes the thread's event dispatcher: not while somebody holds it.
+    // After run(), Qt deletes the thread's event dispatcher, which must wait while somebody holds the lock.
     lock.lock();
 }
 

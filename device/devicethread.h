@@ -23,9 +23,9 @@ public:
      * Keeps all device threads from ending, and the workers on them from being deleted, for as long as the result
      * lives.
      *
-     * For whoever emits a worker's signal from another thread: until the last slot was called Qt uses the worker, and
-     * the event dispatcher of its thread, whether or not these go meanwhile. Any thread; hold it shortly, and call
-     * nothing else of this class meanwhile but quit().
+     * Hold it while emitting a worker's signal from another thread: until the last slot returns, Qt uses the worker and
+     * its thread's event dispatcher, even if they are deleted meanwhile. Any thread. Hold it briefly; of this class,
+     * call only quit() meanwhile.
      */
     [[nodiscard]] static std::unique_lock<std::mutex> hold();
 

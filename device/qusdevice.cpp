@@ -77,8 +77,8 @@ QUSDevice::~QUSDevice()
     delete m_thread;
 }
 
-/// Whether the worker's thread has ended in time. What counts are turns: a machine that stands still in one of them is
-/// no worker that hangs.
+/// Whether the worker's thread has ended in time. Counts attempts, not time, so that a stalled machine is not mistaken
+/// for a hung worker.
 bool QUSDevice::waitForWorker()
 {
     bool hasEnded = false;
@@ -138,7 +138,7 @@ void QUSDevice::request_stereo()
 
 void QUSDevice::request_mute()
 {
-    // A round that has begun goes on where it is.
+    // A round that has begun continues where it is.
     if (m_queries.mute == 0)
         m_queries.mute = 1;
     sendRequests();

@@ -23,15 +23,15 @@ Q_DECLARE_METATYPE(usmsg_data_ch_type_t)
  * The recorder unit as a Qt object: takes requests, packs them into messages, and announces by signal what the unit
  * reports.
  *
- * Nothing here waits for the unit but construction (which looks for it) and destruction: a worker (QUSDeviceUnit) does
- * that on a thread of its own. Requests wait until the unit has said that it is ready, and are sent as many at a time
- * as fit into a message. Nothing polls a busy unit: pending requests wait for the next read, and a read comes with the
- * next request, so whoever needs an answer asks again.
+ * Only construction (which looks for the unit) and destruction wait for it; a worker (QUSDeviceUnit) does the rest on a
+ * thread of its own. Requests wait until the unit has said that it is ready, and are sent as many at a time as fit into
+ * a message. Nothing polls a busy unit: pending requests wait for the next read, and a read comes with the next
+ * request, so ask again if you still need an answer.
  *
  * May be made before the application object and may outlive it; requests made early are carried out once there is one.
- * One at a time in a process talks to the unit: the device link knows one unit, and while a device ends, all transfers
- * are refused.
- * Belongs to the thread that makes it, and is called and emits there. Rests on usctl.h and Qt Core.
+ * Only one QUSDevice per process may talk to the unit: the device link knows one unit, and while a device ends, all
+ * transfers are refused. Belongs to the thread that makes it, and is called and emits there. Rests on usctl.h and Qt
+ * Core.
  *
  * A failed transfer is no error to the user: it resets what was announced about the unit's identity (version and build
  * 0, empty texts), which is how listeners learn that the unit is gone.
@@ -51,7 +51,7 @@ public:
     ~QUSDevice() override;
 
     // Requests. Each is remembered, once, and sent when the unit is ready. Once it is in a message it is forgotten,
-    // whether or not the unit got that: whoever needs it asks, or sets, again.
+    // whether or not the unit received it: ask, or set, again if needed.
 
     /// Asks for the identity: sig_recv_version, _build, _productname, _builddate, _buildtime.
     void request_version();

@@ -27,7 +27,7 @@ Q_SIGNALS:
      * A write has ended; `result` is false when no unit was there or none of the attempts found it responding.
      *
      * True does not mean that the unit has it: a hard failure counts as sent (usctl_send()), and the read that follows
-     * tells.
+     * shows it.
      */
     void us_send_result(bool result);
 

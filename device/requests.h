@@ -66,8 +66,8 @@ struct Settings
  * Appends the pending requests to a message, as many as fit, always in the same order. What was appended is no longer
  * pending; what did not fit stays for the next message.
  *
- * A full message stops at once where a query or setting does not fit, with two exceptions: mutes that do not fit leave
- * their counter at that input and let the fader query try, and a fader query that does not fit lets the settings try.
+ * Packing stops at the first query or setting that does not fit, with two exceptions: mutes that do not fit leave their
+ * counter at that input and let the fader query try, and a fader query that does not fit lets the settings try.
  * Settings of a channel are appended whole or not at all; a query of a channel may be cut, and is then asked again
  * whole.
  *

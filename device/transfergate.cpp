@@ -4,7 +4,7 @@
 
 TransferGate::TransferGate()
 {
-    // Without a place there would be no gate: whoever adds watches leaves one for it.
+    // Without a free watch slot the gate could not close; other users must leave one.
     [[maybe_unused]] const int failed = uswatch_add(&m_watch);
     Q_ASSERT(failed == 0);
 }

@@ -5,7 +5,7 @@
 #include <atomic>
 
 /**
- * Lets nobody begin a transfer any more once it is closed, so that a thread in the device link comes back soon.
+ * Once closed, lets no further transfer begin, so that a thread in the device link comes back soon.
  *
  * Works at the platform seam, for every transfer of the process. Make it before the thread that enters the link is
  * started, and destroy it after that thread has ended.

@@ -40,7 +40,7 @@ void UnitControls::autoPowerSave(bool on)
 void UnitControls::audioInput(uint8_t input, bool on)
 {
     qDebug("Audio Input%d:%s", input, logged(on));
-    // The unit is told to mute, so the sense is the other way round.
+    // The unit's setting is a mute, so the sense is reversed.
     m_device->set_input_switch(USMSG_DATA_CH_ANALOG_IN, input, on ? 0 : 1);
 }
 

@@ -5,8 +5,8 @@
 class QUSDevice;
 
 /**
- * What a window offers of the unit, in a musician's terms. Each change is logged as a debug line and made a request of
- * the device; nothing waits. An input or input volume equal to the one asked for last is only logged
+ * What a window lets its user do with the unit, in a musician's terms. Each change is logged as a debug line and made a
+ * request of the device; nothing waits. An input or input volume equal to the one asked for last is only logged
  * (QUSDevice::set_input_switch()), and so is an input that does not exist. GUI thread. Rests on QUSDevice.
  */
 class UnitControls

@@ -6,7 +6,7 @@
 
 namespace {
 
-// Fonts for Japanese lack letters of Chinese: what they have would stand among others of another hand.
+// Japanese fonts lack some Chinese characters; mixing fonts looks uneven.
 QStringList asianFonts()
 {
     const QStringList japanese = {QStringLiteral("IPAPGothic"), QStringLiteral("IPAGothic")};

@@ -22,16 +22,16 @@ struct InstanceChannel
 /**
  * Chooses the place of an instance group.
  *
- * On Windows these are the names of a mutex and of a pipe. Elsewhere they are two files in a folder that nobody but
- * the effective user can enter (mode 0700, his own, no symbolic link). The first that will do is taken:
+ * On Windows these are the names of a mutex and of a pipe. Elsewhere they are two files in a folder that nobody but the
+ * effective user can enter (mode 0700, his own, no symbolic link). The first usable one is taken:
  *
  * - $XDG_RUNTIME_DIR;
  * - /run/user/UID, UID being the number of the user;
  * - kdmx-UID in QDir::tempPath(), made when it is missing;
  * - /tmp/kdmx-UID, made when it is missing.
  *
- * A folder whose name would make the path of the socket longer than 99 bytes will not do: the system's limit is
- * about 108. Processes with different environments may choose different folders; they do not find each other then.
+ * A folder whose name would make the path of the socket longer than 99 bytes is not usable: the system's limit is about
+ * 108. Processes with different environments may choose different folders; they do not find each other then.
  *
  * @param id  what singleInstanceId() gives
  *

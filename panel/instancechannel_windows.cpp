@@ -14,7 +14,7 @@ InstanceChannel instanceChannel(const QString &id)
 bool connectToChannel(QLocalSocket &socket, const QString &serverName)
 {
     const std::wstring path = (QStringLiteral("\\\\.\\pipe\\") + serverName).toStdWString();
-    // Identification only: whoever listens under this name must not be able to act in the name of this process.
+    // Identification only: a process that listens under this name must not be able to act as this one.
     const HANDLE pipe = CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING,
                                     FILE_FLAG_OVERLAPPED | SECURITY_SQOS_PRESENT | SECURITY_IDENTIFICATION, nullptr);
     if (pipe == INVALID_HANDLE_VALUE)

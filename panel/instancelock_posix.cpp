@@ -45,7 +45,7 @@ struct InstanceLock::Handle
 
 namespace {
 
-// Those who ask hold the lock for microseconds, so the second attempt succeeds nearly always.
+// isFree() holds the lock for microseconds, so the second attempt nearly always succeeds.
 constexpr int attempts = 100;
 constexpr std::chrono::milliseconds retryInterval(1);
 
@@ -63,8 +63,7 @@ InstanceLock::InstanceLock(const QString &name)
 
 InstanceLock::~InstanceLock() = default;
 
-// Holders have the lock exclusively, those who ask in isFree() share it for a moment. A lock that can be shared is
-// therefore not held.
+// Holders have the lock exclusively; isFree() shares it for a moment. A lock that can be shared is therefore not held.
 InstanceLock::Result InstanceLock::Handle::tryExclusive() const
 {
     for (int attempt = 0; attempt < attempts; ++attempt) {

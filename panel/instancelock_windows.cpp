@@ -37,7 +37,7 @@ struct InstanceLock::Handle
 
 namespace {
 
-// Those who ask own the mutex for microseconds only; whoever keeps it longer is a holder.
+// isFree() owns the mutex for microseconds only; a process that keeps it longer is a holder.
 constexpr DWORD patience = 50;
 
 QString errorOf(const QString &name, DWORD code)
@@ -62,7 +62,7 @@ InstanceLock::Result InstanceLock::tryLock()
 
     m_errorText.clear();
     if (m_name.isEmpty()) {
-        // Such a mutex could be made, but nobody else would find it.
+        // A mutex without a name could be made, but nobody else would find it.
         m_errorText = QStringLiteral("no name");
         return Result::Failed;
     }

@@ -135,7 +135,7 @@ void MainWindow::remindOfAsioDriver()
     if (!showAsioReminder(language))
         return;
     writePanelValue(reminderGroup + u'/' + reminderKey, false);
-    // The driver's settings record as well that the reminder is off.
+    // The driver's settings also record that the reminder is off.
     writeDriverValue(reminderKey, false);
 }
 

@@ -6,7 +6,7 @@
 
 namespace {
 
-// What a sender can make this process store before it has looked at it.
+// How much a sender can make this process store before it looks at it.
 constexpr qint64 readBufferSize = 4096;
 
 } // namespace

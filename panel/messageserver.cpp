@@ -49,7 +49,7 @@ QString MessageServer::errorText() const
 }
 
 // When one connection cannot be accepted (too many open files, for example) QLocalServer stops listening without a
-// signal and goes on calling itself listening. What can be seen is that its notifier, its only child, goes.
+// signal and goes on calling itself listening. Only the end of its notifier, its only child, shows that.
 void MessageServer::watchListener()
 {
     const QObjectList notifiers = m_server->children();

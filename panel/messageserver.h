@@ -49,7 +49,7 @@ public:
      * it takes the place of a living server.
      *
      * @param serverName  InstanceChannel::serverName
-     * @return false when the channel cannot be made, errorText() says why; it is tried again until it can
+     * @return false when the channel cannot be made: errorText() says why, and the server keeps trying
      *
      * Blocks for a few file operations.
      */

@@ -43,7 +43,7 @@ public:
     /**
      * Starts the application; processes with the same name in the same logon session belong together.
      *
-     * @param appId  the name, any text; letter cases are not told apart
+     * @param appId  the name, any text; case does not matter
      * @param argc  number of arguments; must live as long as the object
      * @param argv  the arguments; must live as long as the object
      */
@@ -89,7 +89,7 @@ public Q_SLOTS:
      * @param message  at most 64 KiB of UTF-8; may be empty
      * @param timeout  in milliseconds; zero or less does not wait
      * @return true once acknowledged; false when the time is over, and at once when there is no first process, when
-     *         this process is it, when the message is too long or when there is no channel
+     *         this process is the first, when the message is too long or when there is no channel
      *
      * Blocks for at most the time-out; no events are processed meanwhile.
      */
@@ -119,7 +119,7 @@ private:
     QString m_id;
     InstanceChannel m_channel;
     InstanceLock m_lock;
-    // After the lock, so that it goes first: it removes its socket, which must not be another process's by then.
+    // After the lock, so it is destroyed first: it removes its socket, which must not be another process's by then.
     std::unique_ptr<MessageServer> m_server;
     QPointer<QWidget> m_activationWindow;
     Role m_role = Role::Undecided;

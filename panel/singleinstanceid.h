@@ -5,8 +5,8 @@
 /**
  * Names the group of processes of which only one may run: the same program in the same logon session.
  *
- * The path is compared in lower case on every system, also where the file system tells letter cases apart: two
- * spellings of one path are then one program everywhere.
+ * The path is compared in lower case on every system, even where file names are case-sensitive: two spellings of one
+ * path are then one program everywhere.
  *
  * @param executablePath  full path of the program, or any other text that stands for it
  * @param session  what logonSession() gives; taken as it is

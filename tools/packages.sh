@@ -22,7 +22,7 @@ packages_benchmarks=(python3 curl libbenchmark-dev libnanopb-dev nanopb qasmixer
 
 # ask_for_packages PACKAGE ...
 #
-# Tells which command is to be run by somebody who may, and ends the script with 2.
+# Prints the command that somebody with the rights has to run, and ends the script with 2.
 ask_for_packages() {
     echo "These packages are missing. Install them and start again:" >&2
     echo "    sudo apt-get update && sudo apt-get install --no-install-recommends $*" >&2

@@ -10,13 +10,13 @@ namespace boundedreply {
 
 namespace {
 
-// Qt wants more room left than the piece before had, or it takes no more and says nothing: without that much to spare
-// the end of a body that is just allowed would not come.
+// Qt stops reading silently when the free buffer is not larger than the last chunk; this margin lets a body of just the
+// allowed size finish.
 constexpr qint64 limitMargin = 16'777'216;
 
 /// Keeps Qt from buffering much more than a body may hold: a server that sends faster than Qt reads would fill the
-/// memory, for Qt tells of nothing before it has read all there is. Qt may overshoot by one chunk. Plain HTTP only:
-/// what is encrypted it takes in small pieces anyhow, and HTTP/2 would pile up what is held back.
+/// memory, for Qt reports nothing before it has read all there is. Qt may overshoot by one chunk. Plain HTTP only: Qt
+/// takes encrypted data in small pieces anyhow, and HTTP/2 would pile up what is held back.
 void limitBuffer(QNetworkReply *reply, qint64 largest)
 {
     const auto limit = [reply, largest] {
@@ -24,7 +24,7 @@ void limitBuffer(QNetworkReply *reply, qint64 largest)
             reply->setReadBufferSize(largest + limitMargin);
     };
     limit();
-    // Where it follows a redirection Qt begins anew, without the limit, in the event behind this signal.
+    // To follow a redirection Qt starts over, without the limit, in the event after this signal.
     QObject::connect(reply, &QNetworkReply::redirected, reply, limit, Qt::QueuedConnection);
 }
 
@@ -34,21 +34,21 @@ void watchSize(QNetworkReply *reply, qint64 largest, QObject *context, const std
         if (std::max(received, total) > largest)
             tooLarge();
     });
-    // Qt leaves out progress that comes soon after other; behind the limit no more comes.
+    // Qt skips progress that follows other progress too soon; beyond the limit no more comes.
     QObject::connect(reply, &QNetworkReply::readyRead, context, [=] {
         if (reply->bytesAvailable() > largest)
             tooLarge();
     });
 }
 
-/// Where Qt cannot unpack what comes, it goes on taking it for as long as the server likes, and tells nobody.
+/// Where Qt cannot unpack the data, it keeps receiving for as long as the server sends, and tells nobody.
 void watchFailure(QNetworkReply *reply, QObject *context, const std::function<void()> &failed)
 {
     const auto judge = [watched = QPointer(reply), failed] {
         if (watched != nullptr && watched->isRunning())
             failed();
     };
-    // Later, for as a rule it ends by itself now.
+    // Later, because it usually ends by itself right now.
     QObject::connect(reply, &QNetworkReply::errorOccurred, context, judge, Qt::QueuedConnection);
 }
 

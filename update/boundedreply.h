@@ -18,7 +18,7 @@ namespace boundedreply {
 struct Handlers
 {
     std::function<void()> tooLarge; ///< more than the limit has come or is announced; perhaps called several times
-    std::function<void()> failed; ///< it has failed and does not end all the same
+    std::function<void()> failed; ///< it has failed but does not end
 };
 
 /**
@@ -30,7 +30,7 @@ struct Handlers
  */
 void watch(QNetworkReply *reply, qint64 largest, QObject *context, const Handlers &handlers);
 
-/// Whether there is something to abort: Qt complains about a reply that has failed and not said so yet.
+/// Whether there is something to abort: Qt complains about aborting a failed reply that has not emitted finished() yet.
 bool isUnderWay(const QNetworkReply &reply);
 
 } // namespace boundedreply

@@ -9,8 +9,7 @@ namespace downloadwindow {
 
 namespace {
 
-// Places and sizes are fixed, and so the font has to be: not every other one is as narrow. With style sheets none takes
-// it from the window.
+// Sizes are fixed, and other fonts may be too wide. Widgets with a style sheet do not inherit the window's font.
 QFont font(int pointSize)
 {
     return QFont(QStringLiteral("Arial"), pointSize);
@@ -41,7 +40,7 @@ QProgressBar *addBar(QWidget *window)
     bar->setFont(font(9));
     bar->setRange(0, 100);
     bar->setValue(0);
-    // Otherwise the window's white would be written on the bar's own.
+    // Otherwise the window's white text would stand on the bar's own white.
     bar->setStyleSheet(QStringLiteral(
         "QProgressBar { color: rgb(252, 254, 255); background-color: rgb(30, 36, 43); background-image: none;"
         " border: 1px solid rgb(98, 112, 126); border-radius: 3px; text-align: center; }"

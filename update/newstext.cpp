@@ -6,11 +6,11 @@ namespace newstext {
 
 namespace {
 
-// What Qt needs grows with the square of the tags that stand in each other.
+// What Qt needs grows with the square of the number of nested tags.
 constexpr qsizetype mostTags = 2'000;
 
-// Each table in a table doubles what Qt needs, and a row gets as many cells as the longest one has. A cell over several
-// columns or rows, at most nine, counts for as many tags more.
+// Each nested table doubles what Qt needs, and every row gets as many cells as the longest one. A cell that spans
+// columns or rows, at most nine, counts as that many more tags.
 constexpr qsizetype mostTables = 4;
 constexpr qsizetype mostTagsWithTables = 100;
 constexpr qsizetype tagsOfSpan = 9;

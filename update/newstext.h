@@ -3,7 +3,7 @@
 #include <QString>
 
 /**
- * What of the maker's news goes into a window.
+ * Which part of the maker's news goes into a window.
  *
  * May be used from any thread. Rests on QString and QRegularExpression (Qt Core).
  */
@@ -17,7 +17,7 @@ constexpr qsizetype mostLetters = 65'536;
  * News that can be laid out in a moment.
  *
  * The field shows about five lines of simple HTML. A document may hold what would keep Qt busy for minutes, or for
- * ever: very much of it, thousands of tags in each other, tables in tables. Of such news the beginning of the text is
+ * ever: a huge amount of it, thousands of nested tags, or nested tables. Of such news the beginning of the text is
  * shown, without its markup.
  *
  * @param message  HTML as the document has it

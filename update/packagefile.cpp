@@ -8,7 +8,7 @@ namespace packagefile {
 
 namespace {
 
-// As much as stays in the processor's cache on its way: pieces of a mebibyte take a third longer.
+// As much as stays in the processor's cache: pieces of a mebibyte take a third longer.
 constexpr qint64 pieceSize = 131'072;
 
 bool copy(QIODevice &body, QFile &file)
@@ -24,7 +24,7 @@ bool copy(QIODevice &body, QFile &file)
     return true;
 }
 
-/// Whether everything has reached the disk: a full one shows at the flush or the close only.
+/// Whether everything has reached the disk: a full one shows only at the flush or the close.
 bool finish(QFile &file)
 {
     const bool flushed = file.flush();

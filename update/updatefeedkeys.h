@@ -5,8 +5,7 @@
 #include <QString>
 
 /**
- * Keys of the update-information document. They are wanted by those who write one or find fault with it; updatefeed.h
- * reads it.
+ * Keys of the update-information document. For code that writes or checks one; updatefeed.h reads it.
  *
  * May be used from any thread. Rests on QString (Qt Core).
  */
@@ -22,12 +21,12 @@ const QString messages = QStringLiteral("messages");
 struct Product
 {
     QString major; ///< number before the point
-    QString minor; ///< number behind it
+    QString minor; ///< number after it
     QString japaneseUrl; ///< package for Japanese users
     QString otherUrl; ///< package for all others
 };
 
-/// Those of a product.
+/// The keys of a product.
 inline Product of(updatefeed::Product product)
 {
     if (product == updatefeed::Product::Software)

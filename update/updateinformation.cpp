@@ -94,7 +94,7 @@ void UpdateInformation::downloadInformation()
     log() << "UpdateInformation:" << address;
     connect(manager, &QNetworkAccessManager::finished, this, &UpdateInformation::replyFinishedInfo);
     QNetworkReply *const document = manager->get(QNetworkRequest(QUrl(address)));
-    // There is no time limit, so one without an end would be waited for for ever. Aborted, it ends as one that failed.
+    // There is no time limit: a document without an end would never finish. Once aborted, it ends like one that failed.
     const auto refuse = [document] {
         if (boundedreply::isUnderWay(*document))
             document->abort();
@@ -155,7 +155,7 @@ void UpdateInformation::downloadFile(const QString &url)
     tooLarge = false;
 
     QNetworkRequest request{QUrl(url)};
-    request.setOriginatingObject(this); // tells it from the document
+    request.setOriginatingObject(this); // distinguishes it from the document
     reply = manager->get(request);
     connect(reply, &QNetworkReply::downloadProgress, this, &UpdateInformation::replyDownloadProgress);
     boundedreply::watch(reply, largestPackage, this,
@@ -167,7 +167,7 @@ void UpdateInformation::replyDownloadProgress(qint64 received, qint64 total)
 {
     if (total == 0 || reply == nullptr)
         return;
-    // Of an unknown total (-1) this is a negative number that grows without end.
+    // For an unknown total (-1) this is a negative number that grows without end.
     using Limits = std::numeric_limits<int>;
     const int percent = static_cast<int>(std::clamp<qint64>(received * 100 / total, Limits::min(), Limits::max()));
     log() << "UpdateInformation: ProgressBar" << percent;
@@ -176,7 +176,7 @@ void UpdateInformation::replyDownloadProgress(qint64 received, qint64 total)
         timer->start(silenceLimitMs);
 }
 
-/// Ends the download of a package that is too large, once: aborting tells of progress again.
+/// Ends the download of a package that is too large, once: aborting reports progress again.
 void UpdateInformation::refusePackage()
 {
     if (tooLarge)
@@ -238,11 +238,11 @@ void UpdateInformation::forgetDownload()
 
 void UpdateInformation::replyFinishedFileDownload(QNetworkReply *finished)
 {
-    // One whose place another has taken has nothing more to say.
+    // Ignore a download that a newer one has replaced.
     if (finished == nullptr || finished != reply)
         return;
     reply = nullptr;
-    // After an abort Qt tells of progress once more, which is none of the next download's.
+    // After an abort Qt reports progress once more, which is not that of the next download.
     finished->disconnect(this);
     finished->deleteLater();
     Q_EMIT finishedDownloadFile();
@@ -326,7 +326,7 @@ bool UpdateInformation::ready()
 
 bool UpdateInformation::unpack()
 {
-    // A former host that did not even let itself be killed is in the way.
+    // An earlier host that could not even be killed is in the way.
     if (process.state() != QProcess::NotRunning) {
         log() << "UpdateInformation: script host not started";
         QFile::remove(packagePath());
@@ -389,7 +389,7 @@ void UpdateInformation::replyFinishedUnzip(int, QProcess::ExitStatus exitStatus)
 
 void UpdateInformation::execFile()
 {
-    // Detached, for a started process would end together with the object.
+    // Detached: a process that is merely started would end together with the object.
     process.setProgram(installerProgram(execPath));
     process.setArguments({});
     if (!process.startDetached()) {

@@ -14,16 +14,15 @@ class QTimer;
 /**
  * Fetches the update-information document, and downloads, unpacks and starts packages.
  *
- * Lives in a thread of its own with an event loop; UpdateSoftware owns both. Its slots are asked for by queued calls
- * and its signals are delivered queued. Call shutDown() in that thread before it ends.
+ * Lives in a thread of its own with an event loop; UpdateSoftware owns both. Call its slots by queued calls; its
+ * signals are delivered queued. Call shutDown() in that thread before it ends.
  *
  * Each downloadFile() has at most one outcome: readiedExec() or errorDownloadFile(); none after the user's cancel or
- * shutDown(), nor while a script host hangs. A further downloadFile() takes the place of the one under way, of which
- * nothing is heard any more.
+ * shutDown(), nor while a script host hangs. A further downloadFile() replaces the one under way, which then reports
+ * nothing more.
  *
- * Nothing is trusted but TLS: an address that begins with https is never followed to http, and a certificate that
- * does not hold ends the fetch or the download. A document of more than 100 MiB and a package of more than 2 GiB are
- * refused.
+ * Only TLS is trusted: an address that begins with https is never followed to http, and an invalid certificate ends the
+ * fetch or the download. A document of more than 100 MiB and a package of more than 2 GiB are refused.
  *
  * Rests on QNetworkAccessManager (Qt Network), QProcess and QTemporaryDir (Qt Core).
  */
@@ -57,10 +56,10 @@ Q_SIGNALS:
     /// The download is over, in whatever way.
     void finishedDownloadFile();
 
-    /// @param percent  of the package that is here; negative while the server has not told its size
+    /// @param percent  of the package that is here; negative while the server has not given its size
     void progressValueChanged(int percent);
 
-    /// The package cannot be had, unpacked or started.
+    /// The package cannot be fetched, unpacked or started.
     void errorDownloadFile();
 
     /// The package is on the disk, and execFile() starts it.
@@ -75,8 +74,8 @@ public Q_SLOTS:
     void downloadInformation();
 
     /**
-     * Downloads a package into a new temporary folder, and unpacks it unless it is an EXE. An end after 60 s of
-     * silence. Blocks for up to 1 s where the script host of an earlier package has to be ended.
+     * Downloads a package into a new temporary folder, and unpacks it unless it is an EXE. Ends after 60 s of silence.
+     * Blocks for up to 1 s where the script host of an earlier package has to be ended.
      *
      * Trips people: the folder becomes the current one of the whole process, and it stays when the object goes, for the
      * installer needs it.
@@ -88,11 +87,11 @@ public Q_SLOTS:
     /// Ends the download under way, if there is one; an unpacking goes on. Silent, unless the download has just failed.
     void cancelDownload();
 
-    /// The same because nothing has come for too long, which is an error.
+    /// Ends it because nothing has come for too long, which is an error.
     void timeoutDownload();
 
     /**
-     * Starts the installer of the last package. It is on its own from then on. errorDownloadFile() if it cannot start.
+     * Starts the installer of the last package, which then runs on its own. errorDownloadFile() if it cannot start.
      *
      * Blocks until it has started; on Windows, for one that asks for elevation, until the user has answered.
      */

@@ -78,7 +78,7 @@ void setUpError(QMessageBox &box, const UpdateTextRow &texts)
     box.setWindowTitle(texts[UpdateTextTitle]);
     box.setTextFormat(Qt::RichText);
     box.setStandardButtons(QMessageBox::Ok);
-    // The keyboard begins there, and not at the text, which it reaches for its link.
+    // The keyboard focus starts there, and not at the text, which can have it because of its link.
     box.setDefaultButton(QMessageBox::Ok);
     box.setText(texts[UpdateTextError]);
     // The box opens its links in the browser; by itself it lets only the mouse reach them.
@@ -98,7 +98,7 @@ void showOffer(InformationBox &box, const UpdateTextRow &texts, UpdateText headl
                const QString &latest)
 {
     const QString lineBreak = QStringLiteral("<br>");
-    // The unit's version is whatever it sends.
+    // The unit may send anything as its version.
     const QString shownNow = now.left(shownVersionLength).toHtmlEscaped();
     box.ui.textMessage->setText(texts[headline] + lineBreak + texts[UpdateTextCurrentVersion] + shownNow + lineBreak
                                 + texts[UpdateTextLatestVersion] + latest);
@@ -207,7 +207,7 @@ void UpdateSoftware::checkSoftware()
     updateStage = SoftwareOpen;
     const QString now = identity::version;
     const Published net = updatefeed::publishedVersion(updateEntry, Product::Software);
-    logComparison("Sofware", now, net); // Whoever reads logs looks for this spelling.
+    logComparison("Sofware", now, net); // The misspelling is part of the log format; keep it.
     if (!isNewerVersion(now, net.major, net.minor)) {
         log() << "UpdateSoftware: Software update none";
         updateStage = SoftwareSettled;
@@ -353,7 +353,7 @@ void UpdateSoftware::openDownloadFileInfo()
 
 void UpdateSoftware::enableCanselButton(int)
 {
-    // Progress on its way when the window closes comes without one.
+    // Progress may still arrive after the window has closed.
     if (downloadButton != nullptr)
         downloadButton->setEnabled(true);
 }
@@ -396,7 +396,7 @@ void UpdateSoftware::dropWindow()
     downloadButton = nullptr;
     downloadBar = nullptr;
     downloadWindow->close();
-    // Later, for it may be the click of its own button that closes it.
+    // Later: a click of its own button may be what closes it.
     std::exchange(downloadWindow, nullptr)->deleteLater();
 }
 

@@ -18,8 +18,8 @@ class QWidget;
  * The update service: fetches what the maker has published, shows news, offers newer software and firmware, and sees a
  * package through to its installer. Making one starts it; there is one fetch in its life.
  *
- * All windows speak the language of the default QLocale at construction; the news, and the edition of a package, are in
- * that of the default QLocale of the moment. What the user does not want to see again is kept in the panel's settings
+ * All windows speak the language of the default QLocale at construction; the news, and the edition of a package, follow
+ * the default QLocale of the moment. What the user does not want to see again is kept in the panel's settings
  * (updatesettings.h).
  *
  * An owner makes one, calls checkFirm() once it knows the unit's firmware, and destroys it at any time: a download or

@@ -6,8 +6,8 @@
  * How version texts are compared, and when an offer is suppressed.
  *
  * Texts are read by position and never split at the point: the major number is the first character, the minor number
- * the third and fourth. That is what published versions and stored choices have always been compared by; a major
- * number of two digits cannot be told. What is no number reads as 0.
+ * the third and fourth. That is what published versions and stored choices have always been compared by; a major number
+ * of two digits cannot be expressed. Anything but a number reads as 0.
  *
  * All functions are pure and may be called from any thread. Rests on QString::toInt().
  */
@@ -17,7 +17,7 @@ namespace updateversions {
 struct Published
 {
     QString major; ///< before the point
-    QString minor; ///< behind it
+    QString minor; ///< after it
 };
 
 /// The published version of two numbers: (1, 5) gives "1" and "05".
@@ -42,7 +42,7 @@ int publishedMinor(const QString &netMinor);
 bool isNewer(const QString &now, const QString &netMajor, const QString &netMinor);
 
 /**
- * Whether a user who asked not to be told of a version again would not want to be told of this one either.
+ * Whether a user's choice not to be offered a version again covers this one too.
  *
  * @param stored  version text of the choice; empty when there is none
  */

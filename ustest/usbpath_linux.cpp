@@ -38,7 +38,7 @@ std::optional<uint32_t> number(std::string_view digits)
 
 std::optional<Place> place(std::string_view name)
 {
-    // A separator at the end would leave nothing to find fault with.
+    // The loop below would not notice a separator at the end.
     if (name.ends_with('.') || name.find('-') == std::string_view::npos)
         return std::nullopt;
     Place numbers;
@@ -80,7 +80,7 @@ std::optional<std::string> device_of_control_path(std::u16string_view path)
         return std::nullopt;
     path.remove_prefix(scheme.size());
     path.remove_suffix(control_reference.size());
-    // Only ASCII can become a name: nothing else may be cut down to it.
+    // Names are ASCII: no other character may be narrowed into one.
     if (std::any_of(path.begin(), path.end(), [](char16_t unit) { return unit > 0x7F; }))
         return std::nullopt;
     std::string name;

@@ -20,13 +20,13 @@ using Place = std::vector<uint32_t>;
 /// The number that a text consists of, without sign or blanks; none for any other text.
 std::optional<uint32_t> number(std::string_view digits);
 
-/// The place that a name stands for; none for what names no device: root hubs ("usb1"), interfaces ("1-2:1.0").
+/// The place that a name stands for; none if it names no device: root hubs ("usb1"), interfaces ("1-2:1.0").
 std::optional<Place> place(std::string_view name);
 
-/// Name of the device that an interface, "1-2.1:1.0", belongs to; empty when this is no name of an interface.
+/// Name of the device that an interface, "1-2.1:1.0", belongs to; empty when this is not the name of an interface.
 std::string_view device_of_interface(std::string_view interface);
 
-/// Number of an interface, the last one of its name; none when this is no name of an interface.
+/// Number of an interface, the last one of its name; none when this is not the name of an interface.
 std::optional<uint32_t> interface_number(std::string_view interface);
 
 /// Identifier of a device for the link.

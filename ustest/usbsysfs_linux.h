@@ -6,7 +6,7 @@
 #include <vector>
 
 /**
- * What the system tells about USB devices in sysfs. Nothing here opens a device: reading about one neither wakes it nor
+ * What the system says about USB devices in sysfs. Nothing here opens a device: reading about one neither wakes it nor
  * needs the right to use it.
  *
  * The functions take the folder in which sysfs lists the USB devices, so that they also read a folder that only looks

@@ -14,7 +14,7 @@ namespace usbtransfer {
 /// No transfer lasts longer than this: a unit that does not answer in time is tried again by the link.
 inline constexpr unsigned timeout_ms = 500;
 
-/// A device in use. Give it up soon: nothing of the system is to outlive an exchange.
+/// A device in use. Release it soon: no system resource may outlive an exchange.
 struct Connection;
 
 struct CloseConnection

@@ -59,7 +59,7 @@ int send_channel_setting(usdev_t **unit, uint32_t ch, uint32_t ch_no, uint32_t i
     return usexchange::send_when_ready(unit, &message);
 }
 
-/// Reads blocks until one holds the awaited element; the budget spent is a failure without a line.
+/// Reads blocks until one holds the awaited element; running out of polls is a failure without a line.
 int await_value(usdev_t **unit, uint32_t awaited_id, int polls, uint64_t *value_out)
 {
     for (int poll = 0; poll < polls; ++poll) {

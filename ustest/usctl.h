@@ -10,14 +10,14 @@
  * Device control: the exchanges with the recorder unit.
  *
  * Every function takes the address of the variable that holds the unit's device, sends messages, reads 64-byte blocks
- * and sleeps between them (the platform's sleep): it blocks its thread, up to the time told with it. Only one exchange
- * with a unit may run at a time. Results are 0 for success and 1 for failure; each output may be null. Failures print
- * lines on standard output.
+ * and sleeps between them (the platform's sleep): it blocks its thread, up to the time stated with it. Only one
+ * exchange with a unit may run at a time. Results are 0 for success and 1 for failure; each output may be null.
+ * Failures print lines on standard output.
  *
- * A command first waits until the unit is ready (usctl_wait_ready()) and then sends. Nothing is left behind in the
- * host: each command has its own messages.
+ * A command first waits until the unit is ready (usctl_wait_ready()) and then sends. No state stays in the host: each
+ * command has its own messages.
  *
- * Times told here are those of the pauses. Transfers come on top: a unit that is there and answers nothing costs the
+ * Times stated here count the pauses only. Transfers come on top: a unit that is there and answers nothing costs the
  * platform's time limit with each of the 1000 polls, on Linux half a second to one and a half, thus many minutes. A
  * watch (uswatch.h) that refuses transfers ends an exchange earlier.
  */
@@ -61,7 +61,7 @@ int usctl_put_ch_value(usmsg_buf_t *buf, uint32_t ch, uint32_t ch_no, uint32_t i
 int usctl_wait_ready(usdev_t **unit);
 
 /**
- * Asks for the firmware version. Up to 1 s behind the wait for ready, as all queries below.
+ * Asks for the firmware version. Takes up to 1 s after the wait for ready, as do all queries below.
  *
  * @param out  set it to 0 before: a unit that answers with a single byte leaves the other one as it was
  */
@@ -136,7 +136,7 @@ int usctl_set_stereo(usdev_t **unit, uint32_t ch, uint32_t ch_no, uint8_t value)
 int usctl_set_route(usdev_t **unit, uint32_t src_ch, uint32_t src_no, uint32_t dst_ch, uint32_t dst_no);
 
 /**
- * Renders the unit's routes, and whatever else it says meanwhile, as text lines. Takes 0.4 s behind the wait for ready.
+ * Renders the unit's routes, and whatever else it says meanwhile, as text lines. Takes 0.4 s after the wait for ready.
  *
  * @param text        receives the lines, zero-terminated
  * @param capacity    of text in bytes
@@ -167,11 +167,11 @@ void usctl_print_debug(const uint8_t *text, uint32_t length);
  * @param image         the image; null only with a size of 0
  * @param size          in bytes
  * @param progress_out  receives the number of bytes sent, after each block but the last, and the whole size only when
- *                      the unit has confirmed it. Set it to 0 before: what fails within the first block stores nothing
+ *                      the unit has confirmed it. Set it to 0 before: a failure within the first block stores nothing
  * @return 0 when the unit has confirmed all of it
  *
- * Blocks for as long as the unit keeps answering; gives up when it stays silent for 100 s, grants nothing or another
- * place 1001 times in a row, or does not confirm within about 40 s.
+ * Blocks for as long as the unit keeps answering; gives up when it stays silent for 100 s, grants nothing or the wrong
+ * offset 1001 times in a row, or does not confirm within about 40 s.
  */
 int usctl_fw_update(usdev_t **unit, const uint8_t *image, uint32_t size, uint32_t *progress_out);
 }

@@ -12,7 +12,7 @@ namespace {
 
 constexpr uint32_t nothing_yet = 0xFFFFFFFF;
 
-// A message of 64 bytes holds this many behind the three of the element's head.
+// A message of 64 bytes holds this many after the three of the element's head.
 constexpr uint32_t largest_block = 61;
 
 constexpr int status_polls = 10000;

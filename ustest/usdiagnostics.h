@@ -12,12 +12,12 @@ namespace usdiagnostics {
  * Prints "<module>:<line>:ERROR".
  *
  * @param module  source path of the module, the same in every build
- * @param line    of the failed check; the caller's own unless told
+ * @param line    of the failed check; by default the caller's own
  * @return 1, the result of a failed operation
  */
 int print_error(const char *module, int line = __builtin_LINE());
 
-/// Prints "ERROR : <line>"; the line is the caller's own unless told.
+/// Prints "ERROR : <line>"; the line is by default the caller's own.
 void print_wide_error(int line = __builtin_LINE());
 
 /**

@@ -52,7 +52,7 @@ inline bool next_element(message_t *block, element_t *element)
 /**
  * Ends a message, waits until the unit is ready and sends it.
  *
- * @return 0, or 1 after a line that tells the step apart
+ * @return 0, or 1 after a line that identifies the step
  */
 int send_when_ready(usdev_t **unit, message_t *message);
 

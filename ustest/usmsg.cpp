@@ -9,7 +9,7 @@ constexpr const char *module_path = "../../ustest/usmsg.cpp";
 
 constexpr uint8_t header_size = 2;
 
-// Who reads these lines compares them with those of other builds: the path is not the compiler's.
+// These lines are compared across builds, so the path is a fixed one and not the compiler's.
 int fail(int line = __builtin_LINE())
 {
     std::printf("%s:%d:ERROR\n", module_path, line);
@@ -24,7 +24,7 @@ int fail_type(uint32_t type, int line = __builtin_LINE())
 
 uint8_t room_left(const usmsg_buf_t *buf)
 {
-    // A cursor behind the end is broken; whatever it is asked, no byte outside the message may be touched.
+    // A cursor beyond the end is invalid; even then no byte outside the message may be touched.
     return buf->pos > buf->size ? uint8_t{0} : static_cast<uint8_t>(buf->size - buf->pos);
 }
 
@@ -77,7 +77,7 @@ int reserve_bytes(uint8_t *element, uint8_t room, uint8_t length, field_t *field
     return 0;
 }
 
-/// Finds the place of the value behind the header and writes the length byte of a byte string.
+/// Finds the place of the value after the header and writes the length byte of a byte string.
 int reserve_field(uint8_t *element, uint8_t room, uint32_t id, uint32_t type, uint8_t length, field_t *field)
 {
     if (type == USMSG_DATA_TYPE_END)
@@ -148,7 +148,7 @@ int usmsg_put(usmsg_buf_t *buf, uint32_t id, uint32_t type, uint64_t value, uint
     if (type != USMSG_DATA_TYPE_BYTES)
         store_little_endian(field.data, value, field.length);
     else if (length != 0)
-        // No memcpy(): of so few bytes GCC makes a string instruction, which takes longer to begin than they do.
+        // No memcpy(): for so few bytes GCC emits a string instruction, which takes longer to start than to copy them.
         std::copy_n(reinterpret_cast<const uint8_t *>(static_cast<uintptr_t>(value)), length, field.data);
     return 0;
 }

@@ -10,8 +10,8 @@
  * byte, a type byte and a value whose size follows from the type; numbers are little-endian.
  *
  * The functions do no I/O and allocate nothing. They are reentrant; a cursor and its bytes belong to one thread at a
- * time. A failed write prints one line "<module>:<line>:ERROR" to standard output, unless not even a header fits; of
- * reading, only an invalid type does: "<module>:<line>:ERROR <type>".
+ * time. A failed write prints one line "<module>:<line>:ERROR" to standard output, unless not even a header fits; a
+ * failed read prints one only for an invalid type: "<module>:<line>:ERROR <type>".
  */
 
 extern "C" {
@@ -120,8 +120,8 @@ uint32_t usmsg_room(const usmsg_buf_t *buf);
 /**
  * Writes the header of an element and reserves the room for its value.
  *
- * A failed call may leave header bytes behind the cursor: rewind before the message is sent. An end element that no
- * longer fits is left out without a word, since a message that is exactly full needs none.
+ * A failed call may leave header bytes after the cursor: rewind before the message is sent. An end element that no
+ * longer fits is silently left out, since a message that is exactly full needs none.
  *
  * @param id          identifier, see usmsg_id_t; the low byte is written
  * @param type        see usmsg_data_type_t
@@ -137,7 +137,7 @@ int usmsg_put_header(usmsg_buf_t *buf, uint32_t id, uint32_t type, uint8_t lengt
 /**
  * Writes an element.
  *
- * What is said of usmsg_put_header() holds here as well.
+ * The notes on usmsg_put_header() apply here as well.
  *
  * @param value   the number, or the address of the bytes
  * @param length  of a byte string, in bytes; 0 takes all the room that is left and copies nothing into it

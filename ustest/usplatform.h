@@ -12,7 +12,7 @@
  * kdmx_ustest_null); usplatform_use() puts another table in its place. Both are constant-initialised, so the link
  * works before main().
  *
- * All functions but cancel() are called on the thread that entered the link, one at a time, and may block as told.
+ * All functions but cancel() are called on the thread that entered the link, one at a time, and may block as described.
  * Texts are UTF-16 and zero-terminated; sizes in units include the terminating zero.
  */
 
@@ -49,7 +49,7 @@ struct usplatform_detail_t
 
 static_assert(sizeof(usplatform_detail_t) == 8, "the fixed part of the system's record has 8 bytes");
 
-/// The functions of a platform. All but cancel() must be there.
+/// The functions of a platform. All but cancel() must be set.
 struct usplatform_t
 {
     /// Called before each scan, for platforms that have something to prepare. 0, always.
@@ -143,7 +143,7 @@ struct usplatform_t
      * Calls off the open() or control() that is in flight, from another thread: it then fails with
      * USPLATFORM_ERROR_CANCELLED.
      *
-     * Does nothing when there is none at this moment, so ask again. Null where the system cannot do it.
+     * Does nothing when none is in flight at this moment, so call it again. Null where the system cannot do it.
      */
     void (*cancel)() = nullptr;
 };
@@ -170,7 +170,7 @@ const usplatform_t *usplatform_unwatched();
 void usplatform_use(const usplatform_t *platform);
 
 /**
- * Lays functions over those of whatever platform is in use; uswatch.h is who does this.
+ * Lays functions over those of whatever platform is in use; uswatch.h does this.
  *
  * @param layer  called at once and with each change of platform: gets a copy of the platform's table and replaces
  *               functions in it; null takes the layer away

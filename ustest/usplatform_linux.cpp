@@ -20,10 +20,10 @@ namespace {
 
 using Set = std::vector<usbsysfs::Device>;
 
-// More than a control transfer can name.
+// The length field of a control transfer can hold no more.
 constexpr uint32_t longest_transfer = UINT16_MAX;
 
-// In the numbers of Windows as the others, for a request that the driver would refuse.
+// For a request that the driver would refuse; a number of Windows, like the other codes.
 constexpr uint32_t error_invalid_parameter = 87;
 
 constinit thread_local uint32_t error = 0;
@@ -78,7 +78,7 @@ int has_device(intptr_t set, uint32_t device)
 int service(intptr_t set, uint32_t device, char16_t *text, uint32_t size)
 {
     const std::string name = usbsysfs::service_name(set_of(set)[device]);
-    // Drivers have ASCII names; what is none is like no name that the link looks for.
+    // Drivers have ASCII names; a name that is not ASCII cannot match.
     const std::u16string wide(name.begin(), name.end());
     return name.empty() ? 0 : copy_whole(wide, text, size / static_cast<uint32_t>(sizeof(char16_t)));
 }
@@ -186,7 +186,7 @@ void close(intptr_t handle)
     usbtransfer::CloseConnection()(reinterpret_cast<usbtransfer::Connection *>(handle));
 }
 
-/// Stands before allocated memory: the system wants to know the size again when it gets it back.
+/// Stands before allocated memory: the system needs the size again to release it.
 struct alignas(std::max_align_t) Allocation
 {
     size_t size;
@@ -224,7 +224,7 @@ void error_text(uint32_t code, char16_t *text, uint32_t units)
 void sleep(uint32_t milliseconds)
 {
     timespec rest = {static_cast<time_t>(milliseconds / 1000), static_cast<long>(milliseconds % 1000) * 1000000};
-    // A signal ends a sleep early; what is left of it follows.
+    // A signal ends a sleep early: sleep for the rest.
     while (::nanosleep(&rest, &rest) != 0 && errno == EINTR) { }
 }
 

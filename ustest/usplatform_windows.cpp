@@ -35,7 +35,7 @@ GUID guid_of(const usplatform_class_t &interface_class)
     return guid;
 }
 
-/// Looks a device of a set up by its index.
+/// Looks up a device of a set by its index.
 bool find_device(intptr_t set, uint32_t device, SP_DEVINFO_DATA *found)
 {
     *found = {};
@@ -43,7 +43,7 @@ bool find_device(intptr_t set, uint32_t device, SP_DEVINFO_DATA *found)
     return SetupDiEnumDeviceInfo(set_of(set), device, found) != FALSE;
 }
 
-/// Looks an interface of a device up by its number.
+/// Looks up an interface of a device by its number.
 bool find_interface(intptr_t set, uint32_t device, const usplatform_class_t *interface_class, uint32_t number,
                     SP_DEVICE_INTERFACE_DATA *found)
 {
@@ -110,7 +110,7 @@ uint32_t detail_size(intptr_t set, uint32_t device, const usplatform_class_t *in
     if (!find_interface(set, device, interface_class, number, &found))
         return 0;
     DWORD size = 0;
-    // Fails for want of a buffer, as it must: only the size is asked for.
+    // Fails without a buffer, as expected: only the size is wanted.
     SetupDiGetDeviceInterfaceDetailW(set_of(set), &found, nullptr, 0, &size, nullptr);
     return size;
 }
@@ -143,7 +143,7 @@ public:
         const DWORD error = GetLastError();
         replace(m_thread, nullptr);
         CloseHandle(m_thread);
-        // Whoever waited still wants to know it.
+        // The caller still needs the error of its wait.
         SetLastError(error);
     }
 
@@ -185,7 +185,7 @@ int control(intptr_t handle, uint32_t code, const void *in, uint32_t in_length, 
 {
     DWORD count = 0;
     const CancellableThread cancellable;
-    // The system takes the input as writable, and does not write it.
+    // The system takes the input as writable but does not write it.
     const BOOL done =
         DeviceIoControl(handle_of(handle), code, const_cast<void *>(in), in_length, out, out_length, &count, nullptr);
     *returned = count;

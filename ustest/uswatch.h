@@ -48,8 +48,8 @@ struct uswatch_t
 inline constexpr uint32_t USWATCH_MAX = 4;
 
 /**
- * Adds a watch to whatever platform is in use. Of several, each sees every transfer, in the order they were added, and
- * each may refuse one.
+ * Adds a watch to whatever platform is in use. With several, each sees every transfer, in the order they were added,
+ * and each may refuse one.
  *
  * @param watch  must live until uswatch_remove()
  * @return 0; 1 when USWATCH_MAX watches are there already

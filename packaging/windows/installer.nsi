@@ -9,7 +9,7 @@
 ;   OUTPUT                             the installer to be written
 ;   SIGN                               if anything is to be signed: the program that signs a file
 ;
-; What it does and which exit codes it has is told in README.md.
+; README.md says what it does and which exit codes it has.
 
 Unicode true
 Target amd64-unicode
@@ -55,7 +55,7 @@ Name "${PRODUCT}"
 BrandingText "${PRODUCT} ${VERSION}"
 OutFile "${OUTPUT}"
 InstallDir "${DEFAULT_PARENT}\KD-MX Series"
-; Over an earlier installation unless told otherwise.
+; By default over an earlier installation.
 InstallDirRegKey HKCU "${APPS_KEY}" "InstallLocation"
 ShowInstDetails nevershow
 ShowUninstDetails nevershow

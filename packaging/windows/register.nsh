@@ -1,4 +1,4 @@
-; What Windows is told: an entry in the Start menu, and one in the list of apps.
+; What is registered with Windows: an entry in the Start menu, and one in the list of apps.
 
 !macro WriteApp VALUE TEXT
     WriteRegStr HKCU "${APPS_KEY}" "${VALUE}" '${TEXT}'
@@ -26,8 +26,8 @@ Function Register
     ${EndIf}
 FunctionEnd
 
-; Unless they belong to another installation that has come after this one. This one's panel is gone by now; not by
-; comparing names: one folder can have several.
+; Unless they belong to a later installation: its panel is still there, this one's is gone by now. Names are not
+; compared: one folder can have several.
 Function un.Register
     ReadRegStr $R0 HKCU "${APPS_KEY}" "InstallLocation"
     ${IfNot} ${FileExists} "$R0\${PANEL}"

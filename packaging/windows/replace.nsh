@@ -91,7 +91,7 @@ Function BringIn
     ${EndIf}
 FunctionEnd
 
-; What is no longer among the new files has been brought in.
+; A file that is no longer among the new ones was brought in.
 Function SendOut
     ${IfNot} ${FileExists} "${NEW_FILES}\$name"
         Delete "$INSTDIR\$name"

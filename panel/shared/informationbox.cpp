@@ -12,7 +12,7 @@
 namespace {
 
 /// Draws the square of a check box whose style sheet makes everything else transparent: without its own colours it
-/// would be there but not seen.
+/// would be invisible.
 class VisibleIndicator : public QProxyStyle
 {
 public:
@@ -32,7 +32,7 @@ public:
     }
 };
 
-// Messages come from the network: nothing but a web page is opened for them.
+// Messages come from the network: only web pages are opened for them.
 void openWebPage(const QUrl &link)
 {
     if (link.scheme() == QStringLiteral("http") || link.scheme() == QStringLiteral("https"))
@@ -61,8 +61,8 @@ InformationBox::InformationBox(QWidget *parent)
     m_cursor.movePosition(QTextCursor::Start);
 
     // Places and sizes are fixed, and so the font has to be: with another one the two lines of a headline and the
-    // versions below it would not fit, nor would the buttons and the check box fit beside each other. Each has a style
-    // sheet, so none would take it from the box.
+    // versions below it would not fit, nor would the buttons and the check box fit beside each other. Widgets with a
+    // style sheet do not inherit the box's font.
     for (QWidget *const widget :
          std::initializer_list<QWidget *>{ui.okButton, ui.noButton, ui.dontShowCheckBox, ui.textMessage})
         widget->setFont(QFont(QStringLiteral("Arial"), 9));

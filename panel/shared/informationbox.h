@@ -10,9 +10,9 @@
  * A small message window with a picture as its background: a rich-text message, two buttons and a check box that asks
  * not to show the message again. Of a fixed size; a message that is too long is clipped.
  *
- * It only builds and paints itself. Whoever owns it sets title and texts, connects the buttons' clicked(), closes a
- * button that is not needed, shows the box, and reads the check box once a button was pressed: the check box emits no
- * signals. Nothing is forgotten between two showings.
+ * It only builds and paints itself. Its owner sets title and texts, connects the buttons' clicked(), closes a button
+ * that is not needed, shows the box, and reads the check box once a button was pressed: the check box emits no signals.
+ * It keeps its state between two showings.
  *
  * Web links of the message open in the user's browser. GUI thread. Rests on Qt Widgets and the resource tree.
  */

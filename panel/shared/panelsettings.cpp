@@ -28,8 +28,8 @@ void setPanelSettingsFolder(const QString &folder)
 
 QSettings openPanelSettings()
 {
-    // By its name: opened by organisation and application, what it lacks would be looked up in files of the whole
-    // machine, which others may write.
+    // By its name: opened by organisation and application, QSettings would also look in files of the whole machine,
+    // which others may write.
     const QString file = panelSettingsFile();
     settingsfile::prepare(file);
     return QSettings(file, QSettings::IniFormat);

@@ -21,7 +21,7 @@ QString badNameOf(const QString &fileName)
     return fileName + QStringLiteral(".bad");
 }
 
-/// The first name for what is broken that nothing has yet.
+/// The first unused name for a broken file.
 QString freeBadNameOf(const QString &fileName)
 {
     QString name = badNameOf(fileName);
@@ -30,7 +30,7 @@ QString freeBadNameOf(const QString &fileName)
     return name;
 }
 
-/// Whether there is anything of this name, a symbolic link that leads nowhere included.
+/// Whether there is anything of this name, even a symbolic link that leads nowhere.
 bool isTaken(const QString &fileName)
 {
     const QFileInfo info(fileName);
@@ -53,7 +53,7 @@ bool freeLock(const QString &lock)
 {
     if (!isTaken(lock) || becomesFree(lock))
         return true;
-    // Held by a process that hangs, or nothing that this user could ever lock.
+    // Held by a process that hangs, or not a thing that this user could ever lock.
     if (!QFile::remove(lock))
         QFile::rename(lock, freeBadNameOf(lock));
     return !isTaken(lock);

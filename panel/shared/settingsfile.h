@@ -8,7 +8,7 @@ class QVariant;
 /**
  * What QSettings leaves to be done so that a settings file can neither hang the panel nor lose its content.
  *
- * All functions may be called from any thread and block for a few file operations unless told otherwise. Nothing is
+ * All functions may be called from any thread and block for a few file operations unless noted otherwise. Nothing is
  * reported: a value that cannot be stored is left out, as QSettings does by itself on a full or read-only disk.
  */
 namespace settingsfile {
@@ -16,15 +16,15 @@ namespace settingsfile {
 /**
  * Looks after a settings file before it is opened:
  *
- * - What cannot be a settings file is moved out of the way, to "<file>.bad", or with a number behind that if there is
- *   one: a pipe and the like, which would block the reader, or more than a mebibyte.
+ * - What cannot be a settings file (a pipe and the like, which would block the reader, or more than a mebibyte) is
+ *   moved to "<file>.bad", followed by a number if that name is taken.
  * - A file with lines that do not parse is copied to "<file>.bad", because a save drops such lines. A copy that is
  *   already there is the older one and stays.
  *
  * Trips people: call it before each opening, not after. QSettings reports lines that do not parse only to the object
  * that parsed them first.
  *
- * @param fileName  full path of an INI file; nothing need be there
+ * @param fileName  full path of an INI file, which need not exist
  *
  * Rests on QFile and QSettings.
  */

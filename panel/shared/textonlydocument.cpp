@@ -5,7 +5,7 @@
 
 namespace {
 
-/// Stands where pictures would be. Qt's own opens a file by itself when the document does not give it anything.
+/// Takes the place of pictures. Qt's own handler opens a file itself when the document gives it nothing.
 class NoPicture : public QObject, public QTextObjectInterface
 {
     Q_OBJECT

@@ -135,7 +135,7 @@ OwnerUnit::~OwnerUnit()
     if (isWorkerLeftBehind() != (name == "hung" || name == "late"))
         std::fprintf(stderr, "%s\n", isWorkerLeftBehind() ? "The worker was left behind" : "Nothing was in flight");
     isTakenDown.store(true);
-    // Whoever waited for a transfer in vain, and gave up, now sees it end: give it the time to do harm.
+    // A transfer that was waited for in vain, and given up, ends now: give it the time to do harm.
     if (name == "late")
         std::this_thread::sleep_for(std::chrono::milliseconds(200));
 }

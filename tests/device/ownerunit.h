@@ -15,7 +15,7 @@
  *     late         no transfer ends until the program's last objects are taken down
  *
  * Make it before the device: it must outlive it. At its end it complains on standard error when the device has ended
- * without its worker, as none but those of a hung or late unit may.
+ * without its worker, which is allowed only for "hung" and "late".
  */
 class OwnerUnit
 {

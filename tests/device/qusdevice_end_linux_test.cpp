@@ -1,5 +1,4 @@
-// The end of a device that stands still in the middle of what it posts to its worker: nothing that it uses may go
-// meanwhile.
+// The end of a device that stalls in the middle of what it posts to its worker: nothing that it uses may go meanwhile.
 
 #include "qusdevice.h"
 #include "usplatform.h"
@@ -37,7 +36,7 @@ ContextFunction original(const char *name)
 
 } // namespace
 
-// In the place of two functions of GLib: by the one Qt wakes an event loop, by the other it lets go of one.
+// In the place of two functions of GLib: with one Qt wakes an event loop, with the other it releases one.
 extern "C" {
 void g_main_context_wakeup(void *context);
 void g_main_context_unref(void *context);

@@ -1,4 +1,4 @@
-// What the end of a device does to a transfer that is under way, and to those behind it.
+// What the end of a device does to a transfer that is under way, and to those queued after it.
 
 #include "qusdevice.h"
 #include "virtualplatform.h"

@@ -150,7 +150,7 @@ void QUSDeviceTest::longDataIsReadInBlocks()
 {
     Front front;
     Announcements announcements(&front.device);
-    // An element across the border of two blocks is none; the channel named in one block holds in the next.
+    // An element across the border of two blocks does not count; the channel named in one block holds in the next.
     QByteArray data(2 * USMSG_MAX_SIZE, '\0');
     data.replace(0, 6, QByteArray("\x61\x02\x04\x62\x02\x02", 6));
     data.replace(USMSG_MAX_SIZE, 3, QByteArray("\xC3\x02\x01", 3));

@@ -71,7 +71,7 @@ struct Wanted
 
 constexpr uint8_t volumesBefore = 100;
 
-/// A device whose worker can be told, inside what it announces.
+/// A device that knows, inside an announcement of the worker, which worker that is.
 class SpiedDevice : public QUSDevice
 {
 public:
@@ -267,11 +267,11 @@ private:
         checkReset();
         m_expectedReset = result ? 0 : 5;
         falseResults += result ? 0 : 1;
-        // Behind what the device does with this result.
+        // After what the device does with this result.
         QMetaObject::invokeMethod(this, &Soak::proceed, Qt::QueuedConnection);
     }
 
-    /// A false result before was to announce an unknown identity: five signals. Others announce a known one.
+    /// A false result before must have announced an unknown identity: five signals. Others announce a known one.
     void checkReset()
     {
         resetsMissing += m_reset == m_expectedReset ? 0 : 1;

@@ -9,7 +9,7 @@
  */
 namespace markdown {
 
-/// A fenced block: the word behind the fence, and its lines.
+/// A fenced block: the word after the fence, and its lines.
 struct Block
 {
     std::string kind;
@@ -22,7 +22,7 @@ using Row = std::vector<std::string>;
 /// The lines of a file; a failed expectation and nothing when it cannot be read.
 std::vector<std::string> lines_of(const char *path);
 
-/// All fenced blocks that have a word behind the fence.
+/// All fenced blocks that have a word after the fence.
 std::vector<Block> blocks(const std::vector<std::string> &lines);
 
 /// The rows of the first table below the heading with this text; without its own heading.

@@ -244,7 +244,7 @@ markdown::Block only_block(const std::string &kind)
     return found.empty() ? markdown::Block() : found.front();
 }
 
-/// The bytes at the beginning of each line, up to the words behind them.
+/// The bytes at the beginning of each line, up to the words after them.
 std::vector<std::vector<uint8_t>> bytes_of_lines(const markdown::Block &block)
 {
     std::vector<std::vector<uint8_t>> all;

@@ -14,7 +14,7 @@
  *           00 00              END
  *     unit  A1 02 01           READY 1
  *
- * Lines with bytes alone carry on the element before. Bytes behind the end of a message are not shown.
+ * Lines with bytes alone carry on the element before. Bytes after the end of a message are not shown.
  */
 class Transcript
 {

@@ -79,7 +79,7 @@ struct ArbitraryPlatform
     static uint32_t last_error() { return current->m_error; }
     static void error_text(uint32_t, char16_t *text, uint32_t units)
     {
-        // Whoever hands this on as a format reads arguments that are not there.
+        // Code that hands this on as a format reads arguments that are not there.
         constexpr char16_t words[] = u"100%% sure %s %n\n";
         const uint32_t length = std::min<uint32_t>(units, std::size(words)) - 1;
         std::copy_n(words, length, text);
@@ -118,7 +118,7 @@ constexpr usplatform_t platform = {
 
 bool is_message(const uint8_t *bytes, uint32_t length)
 {
-    // Sizes of elements by type; that of a byte string is the one behind its length byte.
+    // Sizes of elements by type; that of a byte string follows its length byte.
     constexpr uint32_t sizes[] = {2, 2, 3, 4, 6, 3};
     uint32_t at = 0;
     while (at + 2 <= length) {

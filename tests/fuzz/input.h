@@ -22,7 +22,7 @@ private:
     size_t m_size;
 };
 
-/// What the fuzzer made up, taken from the front. Behind its end there are zeros.
+/// What the fuzzer made up, taken from the front. After its end there are zeros.
 class Input
 {
 public:

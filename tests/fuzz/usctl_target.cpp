@@ -54,7 +54,7 @@ struct Budget
 {
     uint32_t reads;
     uint32_t writes;
-    uint32_t pauses; ///< of the command itself, behind the waits of ready and send
+    uint32_t pauses; ///< of the command itself, after the waits of ready and send
     uint32_t pause_ms;
 };
 

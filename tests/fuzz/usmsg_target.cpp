@@ -102,7 +102,7 @@ void put(usmsg_buf_t *buf, const ExactBlock &message, Input *input, std::vector<
     const std::vector<uint8_t> before = message.content();
     const uint8_t pos = buf->pos;
     check_room(*buf);
-    // An element with the identifier of the end is left out of a full message without a word.
+    // An element with the identifier of the end is silently left out of a full message.
     const bool is_dropped = id == USMSG_ID_END && buf->size - pos < 2;
     const bool fits = (length > 0 && length <= usmsg_room(buf)) || is_dropped;
     const int result = usmsg_put(buf, id, type, value, length);
@@ -130,7 +130,7 @@ void put_channel_value(usmsg_buf_t *buf, const ExactBlock &message, Input *input
 {
     const uint8_t ch = input->byte();
     const uint8_t ch_no = input->byte();
-    // 0 is no setting: an element with it may be left out of a full message without a word.
+    // 0 is no setting: an element with it may be silently left out of a full message.
     const uint8_t id = std::max<uint8_t>(input->byte(), 1);
     const uint8_t value = input->byte();
     const usmsg_buf_t before = *buf;

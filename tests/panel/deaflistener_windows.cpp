@@ -10,7 +10,7 @@
 
 struct DeafListener::Place
 {
-    // The system connects the first that nobody is connected to.
+    // The system connects a caller to the first free instance.
     std::vector<HANDLE> pipes;
 };
 
@@ -34,7 +34,7 @@ bool DeafListener::listens() const
     return m_place->pipes.back() != INVALID_HANDLE_VALUE;
 }
 
-// Only an instance that somebody is connected to has bytes to tell of.
+// Only an instance with a caller has bytes to report.
 bool DeafListener::hasCaller(int timeoutMs) const
 {
     const QDeadlineTimer deadline(timeoutMs);

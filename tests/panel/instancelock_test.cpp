@@ -164,7 +164,7 @@ void InstanceLockTest::askersAreNotHolders()
         QElapsedTimer clock;
         clock.start();
         const Result result = InstanceLock(m_name).tryLock();
-        // An asker that the system lets stand in the middle of its question holds the lock for all that time.
+        // An asker that the system suspends in the middle of its question holds the lock for all that time.
         const bool askerStood = asked < before + 2 && clock.elapsed() >= 40;
         if (!askerStood)
             worst = result;

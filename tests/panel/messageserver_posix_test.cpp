@@ -140,8 +140,8 @@ void MessageServerPosixTest::recoversFromTooManyOpenFiles()
         socket->connectToServer(m_serverName);
         QTRY_VERIFY_WITH_TIMEOUT(!QFile::exists(m_serverName), patience);
         if (lastsLonger) {
-            // Nor for the files that the listener and the sender had. What it says then is that it cannot listen, and
-            // no longer that it could not accept.
+            // Nor for the files that the listener and the sender had. Then it says that it cannot listen, and no longer
+            // that it could not accept.
             const FileLimit none(STDERR_FILENO + 1);
             QTRY_VERIFY_WITH_TIMEOUT(m_server->errorText().contains(QStringLiteral("::listen")), patience);
         }

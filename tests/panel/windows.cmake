@@ -10,7 +10,7 @@ add_test(NAME panel.startup.windows.install
 set_tests_properties(panel.startup.windows.install PROPERTIES
     FIXTURES_SETUP panel_installed RESOURCE_LOCK build)
 
-# Once more for a user whose name has such letters: the user is that of whom Windows was made for.
+# Once more for a user whose name has such letters: the user is the one that Windows was made for.
 kdmx_add_test(panel.startup.windows SOURCES startup_windows_test.cpp DISPLAY TIMEOUT 900
     ENVIRONMENT USER=user LOGNAME=user "KDMX_INSTALLED=${installed}/KD-MX_Series.exe")
 kdmx_add_test_run(panel.startup.windows.japanese PROGRAM panel_startup_windows_test DISPLAY TIMEOUT 900

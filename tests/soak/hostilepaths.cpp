@@ -10,7 +10,7 @@ namespace {
 const QString http = QStringLiteral("http");
 const QString https = QStringLiteral("https");
 
-// Whatever is asked for here, nothing of it is to be had.
+// Nothing can be had from these ports.
 const QStringList badPorts = {QStringLiteral("wrong-host"), QStringLiteral("expired"), QStringLiteral("self-signed"),
                               QStringLiteral("untrusted"), QStringLiteral("refused")};
 

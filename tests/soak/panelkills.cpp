@@ -168,7 +168,7 @@ private:
         rounds::count("kills among sample formats");
     }
 
-    /// Each key after the first ones is a step, and the panel tells of each that it has stored.
+    /// Each key after the first ones is a step, and the panel reports each that it has stored.
     void killAmong(const QStringList &keys, const Steps &steps)
     {
         const KeyStream stream(keys, pause());
@@ -187,7 +187,7 @@ private:
     void liveToTheEnd()
     {
         QStringList remains = panelstores::locks() + panelstores::temporaryFiles();
-        // Whoever saves takes over the lock that a killed one has left.
+        // A panel that saves takes over the lock that a killed one has left.
         remains.removeIf([](const QString &file) { return file.endsWith(QStringLiteral("/ASIODRIVER.conf.lock")); });
         show();
         if (QTest::currentTestFailed())
@@ -212,7 +212,7 @@ private:
         rounds::count("starts");
     }
 
-    /// Starts and waits for the window, behind the reminder where that is on.
+    /// Starts and waits for the window, after the reminder where that is on.
     void show()
     {
         QElapsedTimer time;
@@ -249,9 +249,9 @@ private:
     }
 
     /**
-     * The stores are whole and hold the step that the panel has told of, or the next one, which it was just storing.
+     * The stores are whole and hold the step that the panel has reported, or the next one, which it was just storing.
      *
-     * @param orLater  a later one as well, for the panel does not tell of each
+     * @param orLater  a later one as well, for the panel does not report each
      */
     void judge(const Steps &steps, qsizetype told, bool orLater)
     {

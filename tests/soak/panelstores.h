@@ -22,7 +22,7 @@ struct Content
 
 Content content();
 
-/// Tells a content, for messages.
+/// A content in words, for messages.
 QString toText(const Content &content);
 
 /// What is wrong with the files themselves: a line that is none of theirs, a value twice, an end in mid-line, a copy

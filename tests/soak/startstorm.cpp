@@ -1,5 +1,5 @@
 // Many starts of the real panel at the same time, some of which are killed: never do two have a window, one has it in
-// the end, the others end as they should, and whoever is killed keeps nobody out.
+// the end, the others end as they should, and a killed one keeps nobody out.
 
 #include "chance.h"
 #include "panelprocess.h"
@@ -153,7 +153,7 @@ private:
             QVERIFY2(start->code() == 0 || (start->code() == 1 && mayFail), qPrintable(told()));
             rounds::count(start->code() == 0 ? "handed over" : "handed over in vain");
         }
-        // Who has handed over to one that was killed afterwards has gone too.
+        // A start that handed over to one that was killed afterwards has gone too.
         QVERIFY2(living == 1 || (living == 0 && killed > 0), qPrintable(told()));
         rounds::count("kills", killed);
     }

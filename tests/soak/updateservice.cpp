@@ -121,7 +121,7 @@ private:
     void fetch()
     {
         const QString address = hostilepaths::document(m_server, *m_chance);
-        // There is no time limit: what never comes is never over, nor what nobody lets go on.
+        // There is no time limit: what never comes, or is never let go on, is never over.
         const bool ends = !address.contains(QStringLiteral("/silent/")) && !address.contains(QStringLiteral("/stepped"))
             && !address.contains(QStringLiteral("/drip")) && !address.contains(QStringLiteral("silent"))
             && !address.endsWith(QStringLiteral("/false-gzip"));

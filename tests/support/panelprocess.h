@@ -12,7 +12,7 @@
 class PanelProcess
 {
 public:
-    /// @param program  the executable; the built panel unless told
+    /// @param program  the executable; by default the built panel
     explicit PanelProcess(const QString &program = qEnvironmentVariable("KDMX_PANEL"));
     ~PanelProcess();
     Q_DISABLE_COPY_MOVE(PanelProcess)

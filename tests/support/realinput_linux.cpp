@@ -14,7 +14,7 @@ void xdotool(const QStringList &arguments)
     // Not waitForFinished(): the windows of this very process must go on serving their events.
     QVERIFY2(QTest::qWaitFor([&] { return process.state() == QProcess::NotRunning; }, 10000), "xdotool hangs");
     QVERIFY2(process.exitCode() == 0, process.readAllStandardError().constData());
-    // Nothing tells when the event has arrived. What it leads to, tests wait for; this is for what leads to nothing.
+    // Nothing tells when the event has arrived. Tests wait for its effects; this is for events without any.
     QTest::qWait(50);
 }
 

@@ -56,7 +56,7 @@ void send(QList<INPUT> inputs)
 {
     const auto count = static_cast<UINT>(inputs.size());
     QCOMPARE(SendInput(count, inputs.data(), sizeof(INPUT)), count);
-    // Nothing tells when the event has arrived. What it leads to, tests wait for; this is for what leads to nothing.
+    // Nothing tells when the event has arrived. Tests wait for its effects; this is for events without any.
     QTest::qWait(50);
 }
 

@@ -12,7 +12,7 @@ namespace stored {
 /// Full path of the panel's own INI file.
 QString panelFile();
 
-/// Text behind "name=" in a section of a file, or null if there is none. "General" is the top level.
+/// Text after "name=" in a section of a file, or null if there is none. "General" is the top level.
 QString value(const QString &fileName, const QString &section, const QString &name);
 
 /**

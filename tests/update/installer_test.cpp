@@ -2,7 +2,7 @@
 
 #include <QTest>
 
-// What a program is named to be started: a test of its own, for every start rests on it.
+// The text that starts an installer: a test of its own, for every start rests on it.
 class InstallerTest : public QObject
 {
     Q_OBJECT

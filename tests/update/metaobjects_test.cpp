@@ -34,7 +34,7 @@ QList<QByteArray> parameterNames(const QMetaObject &metaObject, const char *sign
 
 } // namespace
 
-/// Whoever reads the meta-objects of a program finds these two as they have always been.
+/// Code that reads the meta-objects of a program finds these two as they have always been.
 class MetaObjectsTest : public QObject
 {
     Q_OBJECT

@@ -48,7 +48,7 @@ private:
     rlimit m_former = {};
 };
 
-/// Closes the descriptor that this process has of a file, behind the back of whoever opened it.
+/// Closes the descriptor that this process has of a file, behind the back of the code that opened it.
 bool closeDescriptorOf(const QString &fileName)
 {
     const QDir descriptors(QStringLiteral("/proc/self/fd"));

@@ -39,7 +39,7 @@ void ScriptHost::useNone()
 {
     constexpr qint64 headers = 1024;
     clear();
-    // The system's own would be found where nothing is, so a program that is cut short stands in its way.
+    // If nothing were here, the system's own would be found: a program that is cut short stands in its way.
     QFile standIn(qEnvironmentVariable("KDMX_CSCRIPT"));
     QFile file(besideTheProgram());
     if (!standIn.open(QIODevice::ReadOnly) || !file.open(QIODevice::WriteOnly) || file.write(standIn.read(headers)) < 0)

@@ -17,7 +17,7 @@ public:
     /// Lines of UpdateSoftware so far, in order, without their prefix "UpdateSoftware: ", and forgets them.
     static QStringList take();
 
-    /// Whether this line was logged by whomever since the last forget(); with its prefix.
+    /// Whether this line was logged by any thread since the last forget(); with its prefix.
     static bool contains(const QString &line);
 
     /// Waits, without serving events, until a thread has logged this line; false if it has not after half a minute.

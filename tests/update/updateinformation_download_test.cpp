@@ -55,7 +55,7 @@ QStringList failing(const QString &address, const QString &error)
     return beginning(address) + QStringList{finished, errorFollows, error, failed};
 }
 
-/// What a user's cancel leaves behind it.
+/// What follows a user's cancel.
 QStringList cancelledByUser()
 {
     return {cancelling, finished, errorFollows, cancelled, aborting, cancelled};
@@ -210,7 +210,7 @@ bool UpdateInformationDownloadTest::fetched(InformationThread &information) cons
     return came;
 }
 
-/// Qt tells of progress ten times a second at most: a piece that comes too soon after another goes untold.
+/// Qt reports progress ten times a second at most: a piece that comes too soon after another goes unreported.
 bool UpdateInformationDownloadTest::stepUntil(const std::function<bool()> &condition) const
 {
     constexpr int attempts = 200;
@@ -271,7 +271,7 @@ void UpdateInformationDownloadTest::savesWhatComes()
 
 void UpdateInformationDownloadTest::savesOverTls()
 {
-    // Windows' TLS in Qt 6.4 may lose the end of a large body that the server closes behind.
+    // Windows' TLS in Qt 6.4 may lose the end of a large body if the server closes after it.
     const QString address =
         m_server.address(QStringLiteral("/body?size=3000000&stays=1&as=a.exe"), QStringLiteral("https"));
     InformationThread information;
@@ -447,7 +447,7 @@ void UpdateInformationDownloadTest::progressOfAKnownSizeGrowsTo100()
     constexpr int pieces = 40;
     information.download(
         m_server.address(QStringLiteral("/stepped?size=40&pieces=%1&name=%2&as=a.exe").arg(pieces).arg(first())));
-    // Some of it is told before the rest comes.
+    // Some of it is reported before the rest comes.
     QVERIFY(stepUntil([&] { return !::percentages(information.transcript()).isEmpty(); }));
     for (int i = 0; i < pieces; ++i)
         m_server.step(first());
@@ -551,7 +551,7 @@ void UpdateInformationDownloadTest::progressStartsTheTimerAfresh()
     }
 }
 
-/// The limit is over when progress comes, but the timer has not told it yet.
+/// The limit is over when progress comes, but the timer has not fired yet.
 void UpdateInformationDownloadTest::progressAtTheLastMomentIsInTime()
 {
     constexpr int shortLimit = 50;
@@ -915,7 +915,7 @@ void UpdateInformationDownloadTest::anEndlessPackageEnds()
     QCOMPARE(information.files(), QStringList());
 }
 
-/// Qt tells at once that it cannot unpack, and goes on for as long as the server does.
+/// Qt reports at once that it cannot unpack, and goes on for as long as the server does.
 void UpdateInformationDownloadTest::aPackageWithFalseGzipEnds_data()
 {
     QTest::addColumn<QString>("path");

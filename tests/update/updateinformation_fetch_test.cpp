@@ -102,7 +102,7 @@ void UpdateInformationFetchTest::bringsWhateverTheServerSends_data()
     QTest::newRow("not JSON") << "/document/not-json" << 20 << "This is no document.";
     QTest::newRow("HTML") << "/document/html" << 56 << "<!DOCTYPE html>\n<html><body>Log in first.</body></html>\n";
     QTest::newRow("deeply nested") << "/document/nested?depth=3" << 6 << "[[[]]]";
-    // Windows' TLS in Qt 6.4 may lose the end of a large body that the server closes behind.
+    // Windows' TLS in Qt 6.4 may lose the end of a large body if the server closes after it.
     QTest::newRow("very deeply nested") << "/document/nested?depth=100000&stays=1" << 200'000
                                         << QString(100'000, u'[') + QString(100'000, u']');
     QTest::newRow("invalid UTF-8") << "/document/invalid-utf8" << 27
@@ -200,7 +200,7 @@ void UpdateInformationFetchTest::aFeedThatIsTooLargeFails_data()
     QTest::newRow("of a told length") << "/body?size=2000000";
     QTest::newRow("in chunks") << "/chunked?size=2000000";
     QTest::newRow("until the end") << "/unsized?size=2000000";
-    // Qt tells at once that it cannot unpack, and goes on for as long as the server does.
+    // Qt reports at once that it cannot unpack, and goes on for as long as the server does.
     QTest::newRow("no gzip, without an end") << "/false-gzip?endless=1";
 }
 

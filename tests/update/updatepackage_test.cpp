@@ -200,7 +200,7 @@ void UpdatePackageTest::everySuffix()
     const bool isExe = fileName.endsWith(QStringLiteral("exe"));
     const bool isDmg = fileName.endsWith(QStringLiteral("dmg"));
     const QByteArray body = simpleZip();
-    // What stands behind "#" stays with the client.
+    // What stands after "#" stays with the client.
     m_scene->package(path.section(u'#', 0, 0), body);
     const QString address = m_scene->package(path, body);
 
@@ -543,7 +543,7 @@ void UpdatePackageTest::endWhileDownloading()
     m_service->download(m_scene->slowPackage(exePath, bytes(1'000'000)));
     QTRY_VERIFY(!m_service->progress().isEmpty());
     m_service.reset();
-    // The server hears of it by a reset, of which Wine tells nobody.
+    // The server hears of it by a reset, which Wine does not report.
     if (!environment::isWine())
         QTRY_COMPARE(m_scene->connections(), 0);
     QCOMPARE(m_scene->packageFolders(), QStringList());

@@ -62,7 +62,7 @@ private:
     QString marks() const { return m_scene->folder(QStringLiteral("marks")); }
     QString file(const QString &name) const { return marks() + u'/' + name; }
 
-    /// Windows' TLS in Qt 6.4 may lose the end of a large body that the server closes behind, so the client closes.
+    /// Windows' TLS in Qt 6.4 may lose the end of a large body if the server closes after it, so the client closes.
     QString addressOf(const QString &file, const QString &port) const
     {
         return m_server.address(QStringLiteral("/files/%1?stays=1&as=%1").arg(file), port);

@@ -6,7 +6,7 @@
 #include <QString>
 
 /**
- * The web server beside this process (tests/update/server/serve has started it, its README tells the paths), with
+ * The web server beside this process (tests/update/server/serve has started it, its README lists the paths), with
  * nothing asked of it yet. This process (on Windows the user) trusts its authority from then on.
  *
  * Functions that ask the server block until it has answered. Needs $KDMX_UPDATE_SERVER_FOLDER. Make it before the

@@ -314,7 +314,7 @@ private:
         const int before = m_server->requests();
         Q_EMIT service->readiedDownloadFile(m_server->url(package));
         const bool asked = QTest::qWaitFor([&] { return m_server->requests() == before + 1; }, patienceMs);
-        // Progress is told now and then only, so bytes go on coming.
+        // Progress is reported now and then only, so bytes go on coming.
         const bool shown = QTest::qWaitFor(
             [&] {
                 m_server->send("x");

@@ -86,7 +86,7 @@ private Q_SLOTS:
         start(path, port);
         QTRY_VERIFY_WITH_TIMEOUT(ServiceLog::contains(QStringLiteral("UpdateInformation: end of replyFinished")),
                                  30'000);
-        // Behind what the worker has announced.
+        // After what the worker has announced.
         QMetaObject::invokeMethod(
             &m_probe->information(), [] {}, Qt::BlockingQueuedConnection);
         QCoreApplication::sendPostedEvents();
@@ -231,7 +231,7 @@ private:
             && m_probe->downloadWindow() != nullptr && m_probe->downloadBar() == nullptr;
     }
 
-    /// Qt tells of progress ten times a second at most: a piece that comes too soon after another goes untold.
+    /// Qt reports progress ten times a second at most: a piece that comes too soon after another goes unreported.
     bool stepUntil(const std::function<bool()> &condition) const
     {
         constexpr int attempts = 200;

@@ -42,7 +42,7 @@ QList<QWidget *> smallWindows()
     return windows;
 }
 
-/// Sends a few bytes of a body after the other, since progress is told now and then only; how many were sent in all.
+/// Sends a few bytes of a body after the other, since progress is reported only at times; how many were sent in all.
 template <typename Condition>
 int drip(LocalServer &server, int bodySize, Condition condition)
 {
@@ -50,7 +50,7 @@ int drip(LocalServer &server, int bodySize, Condition condition)
     const bool reached = QTest::qWaitFor([&] {
         if (condition())
             return true;
-        // Less and less, and never the last: the download goes on however late its progress is told.
+        // Less and less, and never the last: the download goes on however late its progress is reported.
         const int piece = left > bodySize / 4 ? qMax(1, left / 40) : qMin(1, left - 1);
         server.send(QByteArray(piece, 'x'));
         left -= piece;
@@ -188,7 +188,7 @@ private Q_SLOTS:
         letPass();
         QCOMPARE(smallWindows(), QList<QWidget *>{m_probe->downloadWindow()});
         QVERIFY(m_probe->downloadBar() != nullptr);
-        // One that replaced another is worked by what belongs to it.
+        // A window that replaced another gets the worker's signals.
         Q_EMIT m_probe->information().progressValueChanged(40);
         QTRY_COMPARE(m_probe->downloadBar()->value(), 40);
 
@@ -455,7 +455,7 @@ private:
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     }
 
-    /// Presses a key in a window; whether it is closed or not as told.
+    /// Presses a key in a window; whether it then closes, or stays open, as expected.
     static bool pressIn(QWidget &window, const QString &key, bool closes)
     {
         if (!QTest::qWaitForWindowActive(&window))

@@ -60,7 +60,7 @@ void useFontsOf(const QString &locale)
 {
     QFont::removeSubstitutions(arial);
     QFont::insertSubstitutions(arial, QStringList{QStringLiteral("Liberation Sans")} + asianFamilies(locale));
-    // What Qt has found before it would find again.
+    // Otherwise Qt would take the fonts that it has found before.
     QFont::cleanup();
 }
 
@@ -435,7 +435,7 @@ private Q_SLOTS:
         QVERIFY(dialog.seen());
     }
 
-    /// What fits with another font would say nothing.
+    /// A text that fits with another font would prove nothing.
     void asianLettersComeFromTheFontOfTheirLanguage_data()
     {
         QTest::addColumn<QString>("locale");

@@ -171,7 +171,7 @@ int receive_block(usdev_t **unit, std::string *told)
     usmsg_buf_t block = {bytes, sizeof(bytes), sizeof(bytes)};
     const int result = usctl_recv(unit, &block);
     EXPECT_EQ(block.pos, 0);
-    // The debug text behind the ready flag.
+    // The debug text after the ready flag.
     if (result == 0 && bytes[3] == 0x12 && bytes[2] == 1)
         *told = std::string(bytes + 6, bytes + 6 + bytes[5]);
     return result;
@@ -368,7 +368,7 @@ private:
         return {0, true, m_command.answer, slept_ms + (awaits_answer() ? 10 * (m_blocks - 1) : 0)};
     }
 
-    /// The unit did not get the message. Only who awaits an answer learns of it.
+    /// The unit did not get the message. Only a command that awaits an answer learns of it.
     Outcome unanswered(uint64_t slept_ms) const
     {
         if (m_command.shape == Shape::Dump)
@@ -394,7 +394,7 @@ private:
         return healthy(slept_ms + (on_read() == ReadEffect::Lost ? 0 : 10));
     }
 
-    /// Four blocks are read, and what they hold is told. The fault strikes from `block` on; none does with 4.
+    /// Four blocks are read, and what they hold is reported. The fault strikes from `block` on; none does with 4.
     Outcome dump(uint64_t slept_ms, uint32_t block, bool got_message) const
     {
         std::vector<std::string> unsaid(m_busy_reads);

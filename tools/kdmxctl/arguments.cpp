@@ -23,7 +23,7 @@ bool is_command(const std::string &word, const Commands &commands)
                        [&](const std::unique_ptr<Command> &command) { return command->texts().name == word; });
 }
 
-/// Whether a word behind --virtual can only be its script. "mute", a fault and a command, is the command.
+/// Whether a word after --virtual can only be its script. "mute", both a fault and a command, is the command.
 bool is_script(const std::string &word, const Commands &commands)
 {
     if (word.empty() || word.starts_with('-') || is_command(word, commands))
@@ -37,7 +37,7 @@ bool is_script(const std::string &word, const Commands &commands)
 }
 
 /**
- * Gives --trace and --virtual their values in the form that cannot be mistaken. The parser would take any word behind
+ * Gives --trace and --virtual their values in the form that cannot be mistaken. The parser would take any word after
  * them for the value.
  */
 std::vector<std::string> with_joined_values(const std::vector<std::string> &arguments, const Commands &commands)
@@ -50,7 +50,7 @@ std::vector<std::string> with_joined_values(const std::vector<std::string> &argu
         } else if (argument == "--virtual" && at + 1 < arguments.size() && is_script(arguments[at + 1], commands)) {
             joined.push_back(argument + '=' + arguments[++at]);
         } else if (argument == "--virtual" || argument == "--virtual=") {
-            // The parser knows no empty values: an empty item of a script is one.
+            // The parser takes no empty value; an empty item of a script means the same.
             joined.emplace_back("--virtual=,");
         } else {
             joined.push_back(argument);

@@ -13,7 +13,7 @@ namespace kdmxctl {
 /// "line-out" for USMSG_DATA_CH_LINE_OUT, and so on; the number itself for what has no name.
 std::string channel_name(uint32_t ch);
 
-/// The usmsg_data_ch_t of a name; nothing when it is none.
+/// The usmsg_data_ch_t of a name; nothing for anything else.
 std::optional<uint32_t> channel_of(std::string_view name);
 
 /// All names, for messages: "line-out, master-out, …".

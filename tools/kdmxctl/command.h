@@ -54,18 +54,18 @@ public:
      */
     virtual bool check(const Options &options);
 
-    /// Whether the unit is to be read once before the command: not where that read is the command.
+    /// Whether the unit is to be read once before the command: not where that read is itself the command.
     virtual bool wants_probe() const { return true; }
 
     /**
-     * Finds the unit on a platform and does it; throws a Failure.
+     * Finds the unit on a platform and carries the command out; throws a Failure.
      *
      * @param trace  takes every transfer; may be null
      */
     virtual Result run_on(const usplatform_t *platform, const Options &options, TraceWriter *trace);
 
 protected:
-    /// Does it with the unit, which was found; throws a Failure. Not called where run_on() is overridden.
+    /// Carries the command out with the unit that was found; throws a Failure. Not called where run_on() is overridden.
     virtual Result run(Session *session, const Options &options);
 };
 

@@ -32,7 +32,7 @@ bool is_yes(const std::string &answer)
     return answer == "y" || answer == "Y" || answer == "yes" || answer == "Yes" || answer == "YES";
 }
 
-/// Gives a session back those who watched it before: what watches meanwhile belongs to one function.
+/// Restores a session's watching functions when a function that has set its own ends.
 class Watching
 {
 public:

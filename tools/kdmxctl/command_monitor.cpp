@@ -18,7 +18,7 @@ namespace kdmxctl {
 
 namespace {
 
-// How often keys, signals and the size of the terminal are looked for: soon enough for a hand.
+// How often keys, signals and the size of the terminal are checked: often enough for a hand.
 constexpr int step_interval_ms = 20;
 
 constexpr int volume_step = 5;
@@ -54,7 +54,7 @@ class Application
 public:
     Application()
     {
-        // It sets the locale of the person; numbers in traces are for programs.
+        // Qt sets the user's locale; numbers in traces are for programs.
         std::setlocale(LC_NUMERIC, "C");
     }
 

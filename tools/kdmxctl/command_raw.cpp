@@ -49,7 +49,7 @@ public:
     {
         return {"raw", "HEX... [-n BLOCKS]", "send a message, show the answer",
                 "Waits until the unit is ready, sends the bytes exactly as given (1 to 64 of them) and then reads "
-                "BLOCKS blocks (0 to 1000, 1 unless told), 10 ms apart.\n\n"
+                "BLOCKS blocks (0 to 1000, default: 1), 10 ms apart.\n\n"
                 "Examples:\n"
                 "  kdmxctl raw 31 01 00 00\n"
                 "  kdmxctl raw -n 3 18010000\n"};

@@ -28,7 +28,7 @@ struct Message
     std::string flaw; ///< why the reading ended before the end of the message, in words; empty if it did not
 };
 
-/// Takes a message apart. What the reading of the link would print about it is not printed.
+/// Takes a message apart, without the lines that the link's own reading would print about it.
 Message decode(const uint8_t *bytes, size_t length);
 
 /// The name of an element: "ready", "fader"; "element 0x99" for one without a name.

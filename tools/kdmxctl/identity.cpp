@@ -17,7 +17,7 @@ std::string read_text(Session *session, TextQuery query)
     uint8_t length = 0;
     if (query(session->unit(), bytes, sizeof(bytes), &length) == 0)
         return unit_text({bytes, bytes + length});
-    // A unit may have nothing to say about an item; that it sent the other items tells this from silence.
+    // A unit may have nothing to say about an item; if it sent the other items, it is not silent.
     if (!session->has_answered())
         session->check(1);
     if (const std::optional<Failure> cause = session->cause())

@@ -22,7 +22,7 @@ enum class UnitStatus {
     Failed, ///< the transfer failed in another way
 };
 
-/// Something that can be set: what the unit reports, and what it was told and has not reported yet.
+/// Something that can be set: what the unit reports, and what was set and is not reported yet.
 template <typename Value>
 class Setting
 {
@@ -30,7 +30,7 @@ public:
     /// What the unit reported last; nothing when it has not.
     const std::optional<Value> &reported() const { return m_reported; }
 
-    /// What it will be when the unit has done what it was told.
+    /// What it will be when the unit has carried out what was set.
     const std::optional<Value> &expected() const { return m_wanted ? m_wanted : m_reported; }
 
     bool is_pending() const { return m_wanted.has_value(); }
@@ -48,7 +48,7 @@ public:
         m_patience = questions_until_forgotten;
     }
 
-    /// The unit was asked once more. One that keeps reporting something else has not taken what it was told.
+    /// The unit was asked once more. One that keeps reporting something else has not accepted what was set.
     void ask()
     {
         if (m_wanted && --m_patience == 0)
@@ -63,7 +63,7 @@ private:
     int m_patience = 0;
 };
 
-/// All of it. Texts are in UTF-8 and hold no control characters. What the unit has not told is nothing.
+/// All of it. Texts are in UTF-8 and hold no control characters. What the unit has not reported is empty.
 struct MonitorState
 {
     UnitStatus status = UnitStatus::Searching;

@@ -103,7 +103,7 @@ void MonitorUnit::ask()
     // The device object keeps to the unit that it found. Another one, or another port, is found by looking again.
     if (m_state.status == UnitStatus::NoUnit)
         Q_EMIT m_device.sig_deselect();
-    // What cannot change while the unit is there is asked until it is known.
+    // What cannot change while the unit is there is asked for only until it is known.
     if (!m_state.product)
         m_controls.requestVersion();
     m_controls.requestSampleRate();
@@ -124,7 +124,7 @@ const MonitorState &MonitorUnit::state()
     return m_state;
 }
 
-/// Takes over how the transfers went that have ended meanwhile.
+/// Takes over the outcomes of the transfers that have ended meanwhile.
 void MonitorUnit::take_ended()
 {
     std::vector<UnitStatus> ended;
@@ -183,8 +183,8 @@ void MonitorUnit::change_volume(int levels)
     const auto level = static_cast<uint8_t>(std::clamp(*volume.expected() + levels, 0, highest_level));
     if (level == *volume.expected())
         return;
-    // The device object does not send a level equal to the one it was given last, whatever became of that. The one that
-    // the unit has already comes between; nobody hears it.
+    // The device object does not send a level equal to the one it was given last, whatever became of that. So the level
+    // that the unit already has is sent in between; nobody hears it.
     if (level == m_given_volume)
         m_controls.inputVolume(volume.reported() == level ? static_cast<uint8_t>(level ^ 1U) : *volume.reported());
     volume.want(level);

@@ -14,7 +14,7 @@
 namespace kdmxctl {
 
 /**
- * The unit of the live view: keeps what it reports, and passes on what it is told.
+ * The unit of the live view: keeps what it reports, and passes settings on to it.
  *
  * Nothing waits: what the unit answers arrives with the events of the thread that made the object. Nothing else asks
  * the unit, so this object does, about twice a second. It needs the application object and the platform in use.
@@ -31,7 +31,7 @@ public:
     /// Asks for everything, the identity too.
     void refresh();
 
-    // Changes, from what the unit reports and was told. While it has reported nothing they do nothing.
+    // Changes, from what the unit reports and what was set. They do nothing until the unit has reported something.
 
     /// Louder by this many of the 255 levels, quieter with a negative number.
     void change_volume(int levels);
@@ -54,7 +54,7 @@ private:
     void forget();
 
     MonitorState m_state;
-    bool m_failure_told = false; ///< why the transfer failed whose result comes next
+    bool m_failure_told = false; ///< whether it is known why the transfer failed whose result comes next
     uint8_t m_given_volume = 0;
     bool m_given_off[2] = {};
 

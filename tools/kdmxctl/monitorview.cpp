@@ -96,7 +96,7 @@ std::string shown(const std::string &text, bool is_utf8)
         return printable(text);
     std::string ascii;
     for (const char character : text) {
-        // The bytes behind a character's first one stand for nothing by themselves.
+        // The bytes after a character's first one stand for nothing by themselves.
         if ((static_cast<unsigned char>(character) & 0xC0U) != 0x80)
             ascii += static_cast<unsigned char>(character) < 0x80 ? character : '?';
     }

@@ -56,7 +56,7 @@ MonitorWatch::~MonitorWatch()
 void MonitorWatch::moved(void *context, const uswatch_transfer_t *transfer)
 {
     const auto *const watch = static_cast<const MonitorWatch *>(context);
-    // A transfer that was called off at the end tells nothing.
+    // A transfer that was called off at the end says nothing about the unit.
     if (transfer->error == USPLATFORM_ERROR_CANCELLED)
         return;
     if (watch->m_trace != nullptr)

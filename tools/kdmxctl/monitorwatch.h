@@ -11,14 +11,14 @@ namespace kdmxctl {
 /**
  * Sees how each transfer went: the device object only tells that one failed, not why.
  *
- * Make it while no thread is in the link, and destroy it when none is any more.
+ * Make it, and destroy it, while no thread is in the link.
  */
 class MonitorWatch
 {
 public:
     /**
      * @param trace  takes every transfer; may be null
-     * @param ended  called behind each transfer, on the thread that made it
+     * @param ended  called after each transfer, on the thread that made it
      */
     MonitorWatch(TraceWriter *trace, std::function<void(UnitStatus)> ended);
     ~MonitorWatch();

@@ -16,7 +16,7 @@ using Json = nlohmann::ordered_json;
 constexpr int json_indent = 2;
 constexpr size_t column_gap = 2;
 
-/// Texts of the unit need not be UTF-8: what is not is shown as replacement characters.
+/// Texts of the unit need not be UTF-8: other bytes are shown as replacement characters.
 std::string dump(const Json &json)
 {
     return json.dump(json_indent, ' ', false, Json::error_handler_t::replace) + '\n';

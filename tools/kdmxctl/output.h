@@ -48,7 +48,7 @@ private:
 /// Writes a text to standard output as the result of the program (help, version).
 ExitCode write_result_text(const std::string &text);
 
-/// Writes a line for people to standard error, behind the program's name.
+/// Writes a line for people to standard error, after the program's name.
 void write_message(const std::string &message);
 
 } // namespace kdmxctl

@@ -45,7 +45,7 @@ void direct_link_lines(const Options &options)
         throw bad_argument("The log " + *options.log + " cannot be written: " + error_text(error) + '.');
 }
 
-/// The unit that the options ask for, behind its platform.
+/// The unit that the options ask for, with its platform.
 class ChosenPlatform
 {
 public:
@@ -75,7 +75,7 @@ private:
     const usplatform_t *m_platform = &usplatform_default;
 };
 
-/// What was asked to be written beside the result must have arrived as a whole.
+/// The log and the trace that were asked for must have been written completely.
 void check_records(const Options &options, const TraceWriter *trace)
 {
     const int error = stdstreams::finish_link();
@@ -138,7 +138,7 @@ int run(const std::vector<std::string> &arguments, const Commands &commands)
 {
     const int error = stdstreams::begin();
     if (error != 0) {
-        // Nothing is done whose result could not be told.
+        // A command is not carried out if its result could not be reported.
         write_message("There is no standard output to write the result to: " + error_text(error) + '.');
         return static_cast<int>(ExitCode::Failed);
     }

@@ -7,7 +7,7 @@
 #include <vector>
 
 /**
- * A platform of the device link that plays a trace: the unit of another time and place.
+ * A platform of the device link that plays a trace: a recorded unit.
  *
  * The link must do exactly what the trace tells, in the same order. At the first step that differs the deviation is
  * noted and this and every further transfer fails. Pauses take no time.

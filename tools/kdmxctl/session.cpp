@@ -227,7 +227,7 @@ uint32_t Session::refuses(void *context)
         session->m_refusal = session->refusal_now();
         if (session->m_refusal == Refusal::None)
             return 0;
-        // Some loops of the link run on to their end, in no time, with a line for each refused transfer: of no use.
+        // Some loops of the link run on to their end, in no time, with a useless line for each refused transfer.
         stdstreams::silence_link();
     }
     return USPLATFORM_ERROR_CANCELLED;

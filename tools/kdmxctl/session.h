@@ -39,10 +39,10 @@ public:
     void find();
 
     /**
-     * Reads one block, so that a unit that cannot be reached at all is told at once and not after many attempts.
+     * Reads one block, so that a unit that cannot be reached at all is reported at once and not after many attempts.
      *
-     * A unit that only does not respond just now is left to the command. Debug text in the block goes where the link
-     * prints its own.
+     * A unit that merely does not respond at the moment is left to the command. Debug text in the block goes where the
+     * link prints its own.
      */
     void probe();
 
@@ -58,10 +58,10 @@ public:
      */
     void check(int result) const;
 
-    /// Why the link's work ended without success, judged by what was seen; none when nothing was that would tell.
+    /// Why the link's work ended without success, judged by what was seen; none when nothing seen explains it.
     std::optional<Failure> cause() const;
 
-    /// The same, where the work has failed for certain. `otherwise` tells it when nothing was seen.
+    /// The same, where the work has failed for certain; `otherwise` when nothing seen explains it.
     Failure failure(const Failure &otherwise) const { return cause().value_or(otherwise); }
 
     /// Whether the unit has said anything but that it is ready since the last message.
@@ -70,11 +70,11 @@ public:
     /// Called after each transfer.
     std::function<void(const uswatch_transfer_t &)> on_transfer;
 
-    /// Called often, also in pauses, with the number of Ctrl-C so far: true ends the work. The first one does, unless
-    /// told.
+    /// Called often, also in pauses, with the number of Ctrl-C so far: true ends the work. By default the first one
+    /// does.
     std::function<bool(int)> must_stop;
 
-    /// Lets a time that was spent waiting for a person not count.
+    /// Does not count time that was spent waiting for a person.
     void extend_timeout(std::chrono::steady_clock::duration waited);
 
 private:

@@ -32,13 +32,13 @@ void silence_link();
 /// Whether everything that the link has printed so far has arrived, and the error otherwise.
 int finish_link();
 
-/// The descriptor of the real standard output, for who must know what it is; -1 when there is none.
+/// The descriptor of the real standard output, for code that must know what it is; -1 when there is none.
 int result_descriptor();
 
 /// Writes to the real standard output at once and wholly.
 int write_result(std::string_view text);
 
-/// Writes to standard error at once. A standard error that takes nothing is nobody's concern.
+/// Writes to standard error at once. Failures are ignored.
 void write_error(std::string_view text);
 
 } // namespace stdstreams

@@ -19,7 +19,7 @@ namespace {
 
 constexpr std::array<std::string_view, 4> kind_names = {"find", "open", "write", "read"};
 
-// From this many equal bytes at the end on, they are counted instead of written out.
+// At least this many equal bytes at the end are counted instead of written out.
 constexpr size_t shortest_run = 4;
 
 std::string_view kind_name(TraceStep::Kind kind)
@@ -66,7 +66,7 @@ bool append_bytes(const std::string &word, std::vector<uint8_t> *bytes)
     return true;
 }
 
-/// Reads "ok", "none" or "error 31" behind the kind of a step.
+/// Reads "ok", "none" or "error 31" after the kind of a step.
 bool read_outcome(std::istringstream *words, TraceStep *step)
 {
     std::string word;

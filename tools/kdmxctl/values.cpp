@@ -34,7 +34,7 @@ std::string range(uint32_t least, uint32_t most)
     return std::to_string(least) + " to " + std::to_string(most);
 }
 
-/// How many bytes the control character has that the text begins with; 0 if it begins with something else.
+/// Size in bytes of the control character that a text begins with; 0 if it begins with something else.
 size_t control_length(std::string_view text)
 {
     const auto first = static_cast<uint8_t>(text[0]);

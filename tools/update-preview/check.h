@@ -10,7 +10,7 @@
  * Judges a document and tells who is offered what.
  *
  * @param fileName  of the document
- * @param firmware  that of the unit in question; none: of units in general
+ * @param firmware  of the unit in question; if none, of units in general
  * @param strict    whether a warning makes the document invalid
  *
  * GUI thread, in a private folder (privatefolder.h) that names no feed.

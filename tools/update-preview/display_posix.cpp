@@ -20,7 +20,7 @@ bool isThere()
 
 void drawInMemory(const QString &folder)
 {
-    // Whoever names a platform means it.
+    // A platform that the user names is kept.
     if (!qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
         return;
     QFile file(folder + QStringLiteral("/screen.json"));

@@ -41,7 +41,7 @@ QString software(const QJsonObject &entry)
     return head + packages(entry, Product::Software);
 }
 
-/// The last version, of all that a text can tell, that the published one is newer than; empty if there is none.
+/// The last version that a text can express and the published one is newer than; empty if there is none.
 QString lastOlder(const updateversions::Published &published)
 {
     constexpr int majors = 10;

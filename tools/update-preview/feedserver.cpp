@@ -73,7 +73,7 @@ void FeedServer::welcome()
     while (QTcpSocket *const client = m_server.nextPendingConnection()) {
         QObject::connect(client, &QTcpSocket::readyRead, &m_server, [this, client] { take(client); });
         QObject::connect(client, &QTcpSocket::disconnected, client, &QObject::deleteLater);
-        // One that connects and says nothing is not kept.
+        // A client that connects and says nothing is dropped.
         QTimer::singleShot(patienceMs, client, &QTcpSocket::abort);
     }
 }

@@ -70,7 +70,7 @@ Findings unknownLanguages(const QJsonObject &messages)
 
 QString wrongNumber(const QJsonValue &value)
 {
-    // No number at all is for the schema.
+    // What is not a number at all is left to the schema.
     if (!value.isDouble() || value.toDouble() == std::floor(value.toDouble()))
         return {};
     return QStringLiteral("%1 is no whole number: the panel reads %2.").arg(value.toDouble()).arg(value.toInt());

@@ -20,7 +20,7 @@ QJsonDocument example()
     return QJsonDocument::fromJson(file.readAll());
 }
 
-/// Lets the entry publish the version behind another, unless what it publishes is newer anyway.
+/// Lets the entry publish the version after another, unless what it publishes is newer anyway.
 void makeNewer(QJsonObject *entry, Product product, const QString &than)
 {
     constexpr int lastMinor = 99;

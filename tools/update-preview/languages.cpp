@@ -48,7 +48,7 @@ QString code(QLocale::Language language)
 QList<QLocale::Language> all()
 {
     QList<QLocale::Language> found;
-    // The first two stand for none.
+    // The first two stand for no language.
     for (int number = QLocale::C + 1; number <= QLocale::LastLanguage; ++number)
         found.append(static_cast<QLocale::Language>(number));
     return found;

@@ -16,7 +16,7 @@ namespace {
 
 constexpr int interruptPollMs = 100;
 
-// The service tells nobody of these but its log.
+// The service reports these in its log only.
 const QString startFailed = QStringLiteral("UpdateInformation: installer not started");
 const QString fetchEnded = QStringLiteral("UpdateInformation: end of replyFinished");
 const QString downloadAborted = QStringLiteral("UpdateInformation: file download abort");
@@ -27,11 +27,11 @@ const QString cancelReached = QStringLiteral("UpdateInformation: cancel download
 LiveRun::LiveRun(std::optional<PlayedUnit> unit)
     : m_unit(std::move(unit))
 {
-    // Between two windows there is none, and all is not over.
+    // Between two windows there is none, yet the run is not over.
     QApplication::setQuitOnLastWindowClosed(false);
     qApp->installEventFilter(this);
     watchInterrupts();
-    // Lines come from two threads. Behind a line, what the service does on it has been done.
+    // Lines come from two threads. When a queued line arrives, the service has done what belongs to it.
     connect(this, &LiveRun::logged, this, &LiveRun::hear, Qt::QueuedConnection);
     servicelog::show([this](const QString &line) { Q_EMIT logged(line); });
     m_service = std::make_unique<UpdateSoftware>();
@@ -88,8 +88,8 @@ void LiveRun::noteStart()
 {
     m_hasInstalled = true;
     m_isStarting = true;
-    // The worker starts the installer. This goes the same way behind that request, and its line tells that both have
-    // arrived; an end before would be too early.
+    // The worker starts the installer. This goes the same way after that request, and its line shows that both have
+    // arrived; to end before that would be too early.
     Q_EMIT m_service->stopDownload();
 }
 

@@ -6,7 +6,7 @@
 
 /**
  * The folder that a run of the program lives in: the panel's settings are looked for there and not in the user's own,
- * and packages are laid down there. Gone with the object.
+ * and packages are stored there. Gone with the object.
  *
  * Make one before the first settings are opened and before any thread runs.
  */

@@ -14,7 +14,7 @@ std::function<void(const QString &)> tell;
 
 void drop(QtMsgType type, const QMessageLogContext &, const QString &line)
 {
-    // Without a display Qt warns of what such a one cannot do.
+    // Without a display Qt warns of what it cannot do then.
     if (type == QtCriticalMsg || type == QtFatalMsg)
         output::writeLine(line);
 }
@@ -36,7 +36,7 @@ void silence()
 void show(std::function<void(const QString &)> listener)
 {
     tell = std::move(listener);
-    // Whatever the user's rules for logging say: the lines are what this program is asked for.
+    // Regardless of the user's rules for logging: these lines are what this program is for.
     QLoggingCategory::defaultCategory()->setEnabled(QtDebugMsg, true);
     qInstallMessageHandler(pass);
 }

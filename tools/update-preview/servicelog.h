@@ -15,7 +15,7 @@ void silence();
 /**
  * Writes the service's lines to standard error from now on.
  *
- * @param listener  told of each, in the thread that writes it
+ * @param listener  called for each, in the thread that writes it
  */
 void show(std::function<void(const QString &)> listener);
 

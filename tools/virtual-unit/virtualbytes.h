@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-/// What the virtual unit does with bytes, and a library would do elsewhere: it also goes into a kernel driver.
+/// Byte functions in place of a library's: the virtual unit also goes into a kernel driver.
 namespace virtualbytes {
 
 uint32_t smaller(uint32_t left, uint32_t right);

@@ -16,7 +16,7 @@ inline constexpr uint32_t head_size = 2;
 inline constexpr uint32_t string_head_size = 3;
 inline constexpr uint32_t ready_flag_size = 3;
 
-/// What one block can carry behind the ready flag.
+/// What one block can carry after the ready flag.
 inline constexpr uint32_t largest_group = VIRTUALUNIT_BLOCK_SIZE - ready_flag_size;
 inline constexpr uint32_t largest_text = largest_group - string_head_size;
 
@@ -32,7 +32,7 @@ struct element_t
 /**
  * Reads an element.
  *
- * @param at       where in the message; moves on behind it
+ * @param at       where in the message; moves past the element
  * @param element  receives it
  * @return whether there is one: false at the end, at an invalid type and at an element that is cut
  */
@@ -47,7 +47,7 @@ constexpr uint32_t key(uint32_t id, uint32_t type)
     return id << 8 | type;
 }
 
-/// Elements that belong into the same block. Whoever appends takes care that they fit.
+/// Elements that belong into the same block. The caller that appends makes sure that they fit.
 struct group_t
 {
     uint8_t bytes[largest_group];

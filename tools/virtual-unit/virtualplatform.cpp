@@ -139,7 +139,7 @@ int detail(intptr_t set, uint32_t device, const usplatform_class_t *interface_cl
     const uint32_t wanted = detail_size(set, device, interface_class, number);
     if (wanted == 0 || size < wanted || record->size != sizeof(usplatform_detail_t))
         return 0;
-    // The record goes on behind its declared end.
+    // The record continues beyond its declared end.
     auto *const path = reinterpret_cast<char *>(record) + offsetof(usplatform_detail_t, path);
     std::memcpy(path, devices[device].path.data(), devices[device].path.size() * sizeof(char16_t));
     std::memset(path + devices[device].path.size() * sizeof(char16_t), 0, sizeof(char16_t));

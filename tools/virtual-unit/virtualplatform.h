@@ -18,7 +18,7 @@ namespace virtualplatform {
 
 /// How the thread sleeps.
 enum class Pauses {
-    Real, ///< as long as it is told
+    Real, ///< as long as asked for
     Counted, ///< not at all: pauses are only added up
 };
 

@@ -33,7 +33,7 @@ bool read_number(std::string_view text, uint32_t *number)
     return failure == std::errc() && stopped == end;
 }
 
-/// Cuts the text at its last `mark`; what stood behind it, or nothing when there is no such mark.
+/// Cuts the text at its last `mark`; gives what stood after it, or nothing when there is no such mark.
 bool cut(std::string_view *text, char mark, std::string_view *behind)
 {
     const size_t at = text->rfind(mark);

@@ -16,8 +16,7 @@
  *     hz=96000                the sample rate
  *     debug=TEXT              debug text in the first block (no commas)
  *     KIND[:N][*COUNT][@FIRST]   a fault: stall, late, hard, short:N (bytes, 0 to 63), stale, garbled, busy, mute,
- *                             unplug; COUNT transfers (1 unless told, "ever" for no end) from transfer FIRST (0 unless
- *                             told)
+ *                             unplug; COUNT transfers (default: 1; "ever" for no end) from transfer FIRST (default: 0)
  *
  * "busy" alone is the fault, "busy=3" the setting. Numbers are decimal.
  */

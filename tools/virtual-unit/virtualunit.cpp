@@ -129,7 +129,7 @@ bool is_same(const virtualunit_channel_t &left, const virtualunit_channel_t &rig
     return left.ch == right.ch && left.ch_no == right.ch_no;
 }
 
-/// Routes a source to a destination. A destination has one source: the last one told.
+/// Routes a source to a destination. A destination has one source: the last one set.
 void set_route(virtualunit_t *unit, const virtualunit_channel_t &source, const virtualunit_channel_t &destination)
 {
     uint32_t index = 0;
@@ -146,14 +146,14 @@ void complete_route(virtualunit_t *unit, const named_t &named)
 {
     if (!named.has_source || !named.has_destination)
         return;
-    // Channel 0 is none: a route from none to none asks for those that there are.
+    // Channel 0 is no channel: a route from 0 to 0 asks for the existing routes.
     if (named.source.ch == 0 && named.destination.ch == 0)
         answer_routes(unit);
     else if (is_channel(named.source) && is_channel(named.destination))
         set_route(unit, named.source, named.destination);
 }
 
-/// Whether an element only names something for those behind it.
+/// Whether an element only names something for those after it.
 bool take_name(const element_t &element, named_t *named)
 {
     switch (key(element.id, element.type)) {

@@ -40,16 +40,16 @@ enum virtualunit_fault_kind_t : uint32_t {
 /**
  * A fault that lasts for `count` transfers, from transfer number `first` (the first of all is 0).
  *
- * Of several that fall together, a pulled out unit comes first, then the order of the script. The unit that is pulled
- * out keeps its settings; its queue and a firmware image that is not whole are lost. Nonsense holds invalid types and
- * strings that are too long, and no whole element with a known identifier; it is the same in every run.
+ * If several apply, unplugging wins, then script order. A unit that is pulled out keeps its settings; its queue and an
+ * incomplete firmware image are lost. Nonsense holds invalid types and strings that are too long, and no whole element
+ * with a known identifier; it is the same in every run.
  */
 struct virtualunit_fault_t
 {
     uint32_t kind; ///< virtualunit_fault_kind_t
     uint32_t first;
     uint32_t count; ///< VIRTUALUNIT_FOREVER for one without end
-    uint32_t parameter; ///< as told with the kind
+    uint32_t parameter; ///< as described with the kind
 };
 
 inline constexpr uint32_t VIRTUALUNIT_FOREVER = 0xFFFFFFFF;
@@ -87,8 +87,8 @@ struct virtualunit_firmware_t
 {
     // Set by the owner.
     uint32_t allowance; ///< bytes granted with each status answer until the image is whole; 0 never grants any
-    uint32_t lied_offset; ///< added to each offset that is told, for a unit that lies; 0 otherwise
-    uint32_t lied_room; ///< added to each room that is told; 0 otherwise
+    uint32_t lied_offset; ///< added to each offset that is reported, for a unit that lies; 0 otherwise
+    uint32_t lied_room; ///< added to each room that is reported; 0 otherwise
 
     // Kept by the unit.
     uint32_t size; ///< of the image that is being moved or was moved
@@ -99,7 +99,7 @@ struct virtualunit_firmware_t
     uint32_t misfits; ///< data blocks without room, or of the wrong length or identifier; their bytes are not taken
 };
 
-/// The unit. Fields without another word may be read and set by the owner at any time between transfers.
+/// The unit. Unless noted otherwise, the owner may read and set the fields at any time between transfers.
 struct virtualunit_t
 {
     // Identity.
@@ -133,7 +133,7 @@ struct virtualunit_t
     uint32_t busy_reads; ///< reads that will still find it busy
     uint32_t lost_answers; ///< answers that the full queue could not take
     uint8_t last_block[VIRTUALUNIT_BLOCK_SIZE];
-    uint8_t queue[VIRTUALUNIT_QUEUE_SIZE]; ///< whole elements or groups of elements, each behind its length
+    uint8_t queue[VIRTUALUNIT_QUEUE_SIZE]; ///< whole elements or groups of elements, each after its length
     uint32_t queue_used;
 };
 

@@ -37,7 +37,7 @@ _kdmxctl() {
         --log | --replay | --timeout | -n | --blocks) ((index++)) ;;
         = | -*) ;;
         *)
-            # What stands behind "=" belongs to an option.
+            # What stands after "=" belongs to an option.
             if [ "${COMP_WORDS[index - 1]}" = "=" ]; then
                 continue
             elif [ -z "$command" ]; then

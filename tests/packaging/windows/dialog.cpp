@@ -115,7 +115,7 @@ int wmain(int argc, wchar_t **argv)
         return 1;
     const std::wstring text = argv[1];
     const std::wstring button = argc > 2 ? argv[2] : L"";
-    // Whoever started it may wait until it runs.
+    // The caller may wait until it runs.
     std::puts("Looking.");
     std::fflush(stdout);
     const DWORD start = GetTickCount();

@@ -449,7 +449,7 @@ void KdmxctlTest::timeoutsTellWhatWasSeen()
     QFETCH(QByteArray, message);
     const Outcome outcome = run(("--virtual=" + script + " --timeout 1 query 1").constData());
     QVERIFY2(outcome.err.endsWith("kdmxctl: " + message + '\n'), outcome.err.constData());
-    // What the link prints about transfers that are refused when the time is up is of no use.
+    // The link's lines about transfers that are refused when the time is up are of no use.
     QVERIFY2(!outcome.err.contains("0x3e3"), outcome.err.constData());
     QCOMPARE(outcome.code, code);
 }

@@ -339,7 +339,7 @@ void KdmxctlMonitorTest::theTerminalIsGivenBack()
     QFETCH(QByteArray, key);
     QFETCH(int, signal);
     QFETCH(int, code);
-    // The view is opened behind the settings: they are not changed yet.
+    // The view is opened after the settings: they are not changed yet.
     TerminalProcess process(words("--virtual monitor"), usual_columns);
     const termios before = process.settings();
     QVERIFY(process.await_text(last_key));

@@ -63,7 +63,7 @@ private:
         return words("--virtual=busy=1,allowance=61 firmware --yes") + words(options) + QStringList{image()};
     }
 
-    /// One that stands still behind its first tenth, for so many reads.
+    /// One that stands still after its first tenth, for so many reads.
     QStringList halted_transfer(const QByteArray &reads) const
     {
         const QByteArray script = "--virtual=busy=1,allowance=61,busy*" + reads + "@80";

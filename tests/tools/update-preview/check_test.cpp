@@ -6,7 +6,7 @@
 #include <QRegularExpression>
 #include <QTest>
 
-/// What --check finds, and whom it tells to be offered what.
+/// What --check finds, and who it says is offered what.
 class TestCheck : public QObject
 {
     Q_OBJECT

@@ -10,7 +10,7 @@
 
 using updatefeed::Product;
 
-/// The page, the example, the schema and the code tell the same.
+/// The page, the example, the schema and the code say the same.
 class TestDocument : public QObject
 {
     Q_OBJECT

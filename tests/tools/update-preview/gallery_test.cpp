@@ -50,7 +50,7 @@ QString read(const QString &fileName)
     return QString::fromUtf8(file.readAll());
 }
 
-/// What stands in the index behind each of an attribute.
+/// The values that an attribute has in the index.
 QStringList attributes(const QString &html, const QString &name)
 {
     const QRegularExpression attribute(u' ' + name + QStringLiteral("=\"([^\"]*)\""));

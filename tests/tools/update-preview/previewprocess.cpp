@@ -75,7 +75,7 @@ void PreviewProcess::start(const QStringList &arguments)
 {
     m_process.start(qEnvironmentVariable("UPDATE_PREVIEW"), arguments);
     m_process.closeWriteChannel();
-    // Before that it has no number to know its windows by.
+    // Before that it has no process number to find its windows by.
     m_process.waitForStarted();
 }
 

@@ -14,7 +14,7 @@ QStringList find(qint64 processId, const QString &title);
 /// Makes a window the active one and gives it keys, by their X names.
 void press(const QString &window, const QStringList &keys);
 
-/// The folder that holds the settings of the user whose home is told; on Windows, where a user has one, always the
+/// The folder that holds the settings of the user whose home is given; on Windows, where a user has one, always the
 /// same.
 QString settingsFolder(const QString &home);
 

@@ -80,7 +80,7 @@ bool isEmpty(const QString &folder)
     return QDir(folder).isEmpty(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
 }
 
-/// Answers each request with the same bytes, and then, if told, with one byte after the other without end.
+/// Answers each request with the same bytes, and then, if wanted, with one byte after the other without end.
 class PackageServer
 {
 public:

@@ -19,7 +19,7 @@ QByteArray contentOf(const QString &fileName)
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
-/// Gives a package to whoever asks.
+/// Gives a package to every client that asks.
 class Server
 {
 public:

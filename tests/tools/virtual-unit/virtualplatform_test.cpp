@@ -252,7 +252,7 @@ TEST_F(Platform, TakesMessagesOfEveryLength)
 
 TEST_F(Platform, AnyWrongByteOfARequestIsAnError)
 {
-    // The message itself begins behind the header.
+    // The message itself begins after the header.
     for (size_t at = 0; at < 16; ++at) {
         Request request = write_of({0x18, 1, 0, 0});
         request.in[at] ^= 0x40;

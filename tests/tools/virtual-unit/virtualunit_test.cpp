@@ -67,7 +67,7 @@ protected:
         *block = Bytes(64, 0xEE);
         uint32_t length = 0xEEEE;
         const virtualunit_result_t result = virtualunit_read(&unit, block->data(), &length);
-        // Nothing behind the told length may be touched.
+        // Nothing beyond the reported length may be touched.
         EXPECT_EQ(Bytes(block->begin() + length, block->end()), Bytes(64 - length, 0xEE));
         block->resize(length);
         return result;
@@ -274,7 +274,7 @@ TEST_F(VirtualUnit, AnElementThatIsCutIsIgnored)
         {0x15, 2, 0}, {0x14, 1}, u32(0x17, 5), u32(0x21, 5), {0x61, 2, 1, 0x62, 2, 1, 0x81, 2, 5}, text(0x26, "abc")};
     for (const Bytes &element : elements) {
         for (size_t length = 0; length < element.size(); ++length) {
-            // An own block of memory of the exact size: nothing behind the message may be read.
+            // An own block of memory of the exact size: nothing beyond the message may be read.
             const Bytes message(element.begin(), element.begin() + static_cast<std::ptrdiff_t>(length));
             EXPECT_TRUE(is_ignored(message)) << int(element[0]) << " cut to " << length;
         }
@@ -358,7 +358,7 @@ TEST_F(VirtualUnit, AllDestinationsFitIntoTheRoutes)
 
 TEST_F(VirtualUnit, AGroupIsNotTornApart)
 {
-    // Behind the ready flag and this text three bytes fewer are left than the next answer needs.
+    // After the ready flag and this text three bytes fewer are left than the next answer needs.
     const auto say = [&](size_t length) {
         virtualunit_say(&unit, std::string(length, 'x').c_str(), static_cast<uint32_t>(length));
     };

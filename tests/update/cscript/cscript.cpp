@@ -1,4 +1,4 @@
-// A stand-in for the Windows script host, for tests of whoever unpacks a ZIP archive with it. It takes the script for
+// A stand-in for the Windows script host, for tests of code that unpacks a ZIP archive with it. It takes the script for
 // what it is meant to do, unpacks for real, and can misbehave in every way that a script host may.
 //
 //   cscript SCRIPT ARCHIVE FOLDER      paths in backslash form

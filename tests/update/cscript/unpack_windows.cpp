@@ -17,7 +17,7 @@ struct Entry
     QByteArray content;
 };
 
-/// The next entry; without a name at the end of the entries, or where it is none that could be read.
+/// The next entry; without a name at the end of the entries, or where it cannot be read.
 Entry readEntry(QDataStream &stream)
 {
     quint32 signature = 0;

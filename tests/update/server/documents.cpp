@@ -89,7 +89,7 @@ void send_sized(const Request &request, Connection &client, const std::string &t
     end(request, client);
 }
 
-/// A good document with blanks at its end up to the told size.
+/// A good document with blanks at its end up to the wanted size.
 void send_large(const Request &request, Connection &client)
 {
     std::string text = document(good_entry());

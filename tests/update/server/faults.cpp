@@ -1,4 +1,4 @@
-// Connections that end, and bodies that do not hold what their headers tell.
+// Connections that end, and bodies that do not hold what their headers say.
 
 #include "behaviours.h"
 #include "pattern.h"

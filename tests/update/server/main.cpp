@@ -1,4 +1,4 @@
-// A web server on 127.0.0.1 that answers well and badly; README.md tells the paths.
+// A web server on 127.0.0.1 that answers well and badly; README.md lists the paths.
 
 #include "behaviours.h"
 #include "certificates.h"

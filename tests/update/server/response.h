@@ -28,5 +28,5 @@ std::string chunk(std::string_view content);
 /// A whole and right response.
 void respond(Connection &client, int status, std::string_view content_type, std::string_view body);
 
-/// Ends a response of a told length: closes the connection, unless the request leaves that to the client.
+/// Ends a response whose length was given: closes the connection, unless the request leaves that to the client.
 void end(const Request &request, Connection &client);

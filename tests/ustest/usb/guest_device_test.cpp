@@ -29,7 +29,7 @@ public:
         });
     }
 
-    /// Asks for the version, again while nothing comes: it waits for the next read. Nothing within ten seconds is none.
+    /// Asks for the version, again while nothing comes: it waits for the next read. None after ten seconds.
     std::optional<uint16_t> version()
     {
         m_version.reset();

@@ -72,7 +72,7 @@ protected:
         return usdev_write(unit, USDEV_REQ_WRITE, 0, 0, static_cast<uint32_t>(message.size()), message.data());
     }
 
-    /// A read that fails as told, with the system's error code on standard output.
+    /// A read that fails with this result, and with the system's error code on standard output.
     void expect_failed_read(int result, const char *code)
     {
         const std::string lines = printed([&] { EXPECT_EQ(read(), result); });

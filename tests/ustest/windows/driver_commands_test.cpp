@@ -193,7 +193,7 @@ TEST_F(DriverCommands, AFirmwareImageArrivesWhole)
 
 TEST_F(DriverCommands, AnImageForAUnitThatIsPulledOutFails)
 {
-    // While it is asked where to go on behind the first 500 bytes.
+    // While it is asked where to go on after the first 500 bytes.
     script("allowance=500,unplug*ever@25");
     const std::string image(3000, 'k');
     uint32_t progress = 0;

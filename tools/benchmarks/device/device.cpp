@@ -43,7 +43,7 @@ constinit decltype(usplatform_t::control) answer = nullptr;
 constinit std::atomic<bool> isHeld = false;
 constinit std::atomic<bool> hasBegun = false;
 
-/// A unit that takes its time, or more than there is while it is held.
+/// A unit that takes its time, or never answers while it is held.
 int slowControl(intptr_t handle, uint32_t code, const void *in, uint32_t in_length, void *out, uint32_t out_length,
                 uint32_t *returned)
 {

@@ -15,7 +15,7 @@ namespace {
 
 constexpr double nanosecondsPerSecond = 1e9;
 
-/// The high-water mark of what is resident, in KiB. The one that getrusage() knows begins with that of the parent.
+/// The peak of resident memory, in KiB. That of getrusage() begins with the parent's.
 long peakKib()
 {
     QFile file(QStringLiteral("/proc/self/status"));

@@ -30,7 +30,7 @@ struct ChannelRequest
     bool operator==(const ChannelRequest &) const = default;
 };
 
-/// The fader level of a channel, behind the ready flag.
+/// The fader level of a channel, after the ready flag.
 struct ChannelReply
 {
     uint8_t ready;
@@ -41,7 +41,7 @@ struct ChannelReply
     bool operator==(const ChannelReply &) const = default;
 };
 
-/// All identity items, behind the ready flag.
+/// All identity items, after the ready flag.
 struct IdentityReply
 {
     uint8_t ready;

@@ -65,7 +65,7 @@ void *allocate(uint32_t size)
 
 void release(void *) { }
 
-/// A system without devices, but for the one that is opened all the same.
+/// A system without devices, except that the one here can be opened.
 usplatform_t system_with_ready_unit()
 {
     usplatform_t table = usplatform_default;

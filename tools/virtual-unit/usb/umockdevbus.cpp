@@ -26,7 +26,7 @@ std::optional<unsigned> number(std::string_view digits)
     return error == std::errc() && end == digits.data() + digits.size() ? std::optional(value) : std::nullopt;
 }
 
-/// Takes a word and the blank behind it off the front.
+/// Takes a word and the blank after it off the front.
 std::string_view take_word(std::string_view *text)
 {
     const std::string_view word = text->substr(0, text->find(' '));

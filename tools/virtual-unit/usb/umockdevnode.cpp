@@ -18,8 +18,8 @@ constexpr size_t setup_size = 8;
 constexpr long high_speed = 3; // in the kernel's numbers
 constexpr unsigned char not_slow = 0;
 
-// A host that asks whether a transfer has ended asks again at once, as long as it has not: the node under umockdev
-// is a plain file and always seems to have news. It waits this long for the answer that there is none.
+// Under umockdev the node is a plain file and always seems to have news, so a host that waits for the end of a transfer
+// asks without a pause. The answer that there is no news takes this long.
 constexpr unsigned patience_ms = 1;
 
 unsigned offence_count = 0;

@@ -35,7 +35,7 @@ public:
     /// The device is pulled out: from now on the node answers as the kernel does without it.
     void unplug();
 
-    /// What was asked of the node that a host beside a sound driver must not ask.
+    /// How often the node was asked for what a host beside a sound driver must not ask for.
     static unsigned offences();
 
 private:

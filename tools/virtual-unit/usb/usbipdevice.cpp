@@ -175,7 +175,7 @@ bool UsbipDevice::take_control(const usbip::Submit &submit, const std::vector<ui
     }
 }
 
-/// The packets come through one after the other at the endpoint's pace, behind those submitted before.
+/// The packets come through one after the other at the endpoint's pace, after those submitted before.
 bool UsbipDevice::take_isochronous(const usbip::Submit &submit, std::vector<usbip::Packet> packets)
 {
     std::vector<uint8_t> recorded;

@@ -57,7 +57,7 @@ public:
     /// Pulls the device out and waits until its thread has ended. Harmless when it is out.
     void unplug();
 
-    /// False from the moment on in which it was pulled out, by unplug(), by its script, or by the kernel.
+    /// False from the moment it was pulled out, by unplug(), by its script, or by the kernel.
     bool is_plugged() const { return m_is_plugged; }
 
     /// While the result lives, the device does not answer, and its model may be read and changed.
@@ -97,7 +97,7 @@ private:
 
     // The answering thread's own.
     std::multimap<Clock::time_point, Pending> m_pending;
-    Clock::time_point m_stream_ends[2] = {}; ///< when the last packet is due of what was submitted, by direction
+    Clock::time_point m_stream_ends[2] = {}; ///< when the last submitted packet is due, by direction
     uint32_t m_frame_remainder = 0; ///< thousandths of a frame that recording owes
     uint16_t m_sawtooth = 0; ///< what is heard when recording, so that a lost packet shows
 };

@@ -32,7 +32,7 @@ struct Port
     int state = 0;
 };
 
-/// Reads one line of the table; its heading is none.
+/// Reads one line of the table; nothing for its heading.
 std::optional<Port> port_from(const std::string &line)
 {
     Port port;
@@ -42,7 +42,7 @@ std::optional<Port> port_from(const std::string &line)
     return std::nullopt;
 }
 
-/// The first free high-speed port, or the told one; -1 when there is none.
+/// The first free high-speed port, or the wanted one if free; -1 when there is none.
 int find_free(std::optional<int> wanted)
 {
     std::ifstream table(status_file);

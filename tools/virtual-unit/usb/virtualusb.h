@@ -63,8 +63,7 @@ enum class Function {
     Vendor, ///< something of its maker's own, without audio
 };
 
-/// What tells one device from another. Of texts, the first 126 bytes count, and what is not ASCII
-/// becomes "?".
+/// What tells one device from another. Only the first 126 bytes of a text count, and what is not ASCII becomes "?".
 struct Description
 {
     Function function = Function::Audio;

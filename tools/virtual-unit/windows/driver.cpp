@@ -156,7 +156,7 @@ NTSTATUS NTAPI add_device(DRIVER_OBJECT *driver, DEVICE_OBJECT *physical)
     return STATUS_SUCCESS;
 }
 
-// Nothing is left when the last device is gone; but a driver without it is never unloaded.
+// Nothing is left to do when the last device is gone; but a driver without this function is never unloaded.
 void NTAPI unload(DRIVER_OBJECT *) { }
 
 } // namespace

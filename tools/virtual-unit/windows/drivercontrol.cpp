@@ -116,7 +116,7 @@ NTSTATUS transfer_or_hold(driver_device_t *device, IRP *irp)
     outcome_t outcome;
     {
         const DriverLock lock(device);
-        // Under the lock, so that none comes to wait when those that wait have been let go.
+        // Under the lock, so that no transfer starts to wait after the waiting ones were let go.
         if (device->state.is_holding != 0 && driverhold_add(device, irp))
             return STATUS_PENDING;
         outcome = transfer(device, buffer_of(irp));

@@ -10,7 +10,7 @@ constexpr GUID audio_category = {0x65E8773E, 0x8F56, 0x11D0, {0xA3, 0xB9, 0x00, 
 // What the system's headers call by the same name. No program looks for a unit there.
 constexpr GUID header_category = {0x6994AD04, 0x93EF, 0x11D0, {0xA3, 0xCC, 0x00, 0xA0, 0xC9, 0x22, 0x31, 0x96}};
 
-/// Whether the .inf file has told the device to stand in the other category.
+/// Whether the .inf file puts the device into the other category.
 bool has_header_category(DEVICE_OBJECT *physical)
 {
     HANDLE key = nullptr;

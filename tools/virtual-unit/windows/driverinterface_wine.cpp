@@ -37,7 +37,7 @@ struct parts_t
         if (at == 0)
             return;
         category = part_of(link, static_cast<USHORT>(at - category_units), at);
-        // Behind the system's prefix, which the registry writes in its own way.
+        // After the system's prefix, which the registry writes in its own way.
         device = part_of(link, 4, at);
         reference = part_of(link, static_cast<USHORT>(at + 1), end);
     }
@@ -65,7 +65,7 @@ NTSTATUS make_folder(const UNICODE_STRING &path)
 
 NTSTATUS make_link(UNICODE_STRING *name, UNICODE_STRING *target)
 {
-    // One that a driver before this one has left behind points nowhere.
+    // One left over from an earlier driver points nowhere.
     IoDeleteSymbolicLink(name);
     return IoCreateSymbolicLink(name, target);
 }
@@ -135,6 +135,6 @@ void driverinterface_wine_hide(driver_device_t *device)
     DriverName control;
     control.add(parts.folder).add(control_path);
     IoDeleteSymbolicLink(control.text());
-    // The folder stays until the session ends. Programs are told that the unit is missing (2) and not its path (3), as
-    // where it is no folder.
+    // The folder stays until the session ends. Programs get the error of a missing unit (2) and not that of a missing
+    // path (3), as where it is no folder.
 }

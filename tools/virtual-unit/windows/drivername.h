@@ -2,7 +2,7 @@
 
 #include <ntddk.h>
 
-/// A name that is put together from parts. What does not fit is left out, and the name is then none of the system's.
+/// A name that is put together from parts. What does not fit is left out, and the name then matches nothing.
 class DriverName
 {
 public:

@@ -4,7 +4,7 @@
 
 namespace {
 
-// In which categories a unit may stand: the told one, and the one of the system's headers.
+// The categories a unit may be in: that of real drivers, and that of the system's headers.
 constexpr const wchar_t *categories[] = {
     L"{65e8773e-8f56-11d0-a3b9-00a0c9223196}",
     L"{6994ad04-93ef-11d0-a3cc-00a0c9223196}",

@@ -23,7 +23,7 @@ public:
     /// Reads the unit and what the driver counts; false when the driver does not tell.
     bool read(unitcontrol_state_t *state) const;
 
-    /// Puts another unit in the place of the one that there is.
+    /// Replaces the unit by another one.
     bool write(const virtualunit_t &unit) const;
 
     /// Holds each further transfer in the driver, or lets all go.

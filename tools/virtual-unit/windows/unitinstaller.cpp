@@ -172,13 +172,13 @@ bool add_device(uint32_t number, const wchar_t *id, std::string *error)
     return device.call_installer(DIF_REGISTERDEVICE) || fail("DIF_REGISTERDEVICE", error);
 }
 
-/// Installs the driver for all devices with this hardware id, of which those that have it already stay as they are.
+/// Installs the driver for all devices with this hardware id; those that have it already stay as they are.
 bool add_driver(uint32_t number, const wchar_t *id, const std::wstring &inf, std::string *error)
 {
     BOOL needs_restart = FALSE;
     if (UpdateDriverForPlugAndPlayDevicesW(nullptr, id, inf.c_str(), INSTALLFLAG_FORCE, &needs_restart) == FALSE)
         return fail("UpdateDriverForPlugAndPlayDevices", error);
-    // The system may say yes to less than that.
+    // The system may report success for less than that.
     return UnitAccess(number).is_open() || fail("the unit does not open", error);
 }
 
@@ -193,7 +193,7 @@ bool install(const std::wstring &folder, uint32_t number, Variant variant, std::
     const std::wstring inf = (folder.empty() ? own_folder() : folder) + L"\\kd-mx.inf";
     if (add_driver(number, hardware_id(variant), inf, error))
         return true;
-    // Why that failed is known; a device without a driver would stay behind.
+    // The error is known by now; do not leave a device without a driver.
     std::string ignored;
     remove(number, &ignored);
     return false;

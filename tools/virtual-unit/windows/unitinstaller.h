@@ -6,7 +6,7 @@
 
 /**
  * Installs virtual units and removes them, as a driver's installer does: through the system's device installation.
- * Needs an administrator, as whom everybody runs under Wine.
+ * Needs an administrator's rights, which everybody has under Wine.
  *
  * Units have numbers from 0 to unitinstaller::numbers - 1; the system lists them in this order.
  */

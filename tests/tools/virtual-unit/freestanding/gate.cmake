@@ -6,7 +6,7 @@
 # OBJECT             the object file to be made
 cmake_minimum_required(VERSION 3.25)
 
-# A compiler may emit calls of these four for plain code; whoever takes the object in has them.
+# A compiler may emit calls of these four for plain code; what takes the object in has them.
 set(allowed memcpy memmove memset memcmp)
 
 # An indented line is printed as it is; others are wrapped, and could not be searched for.
