@@ -28,7 +28,7 @@ private Q_SLOTS:
     void requestsThatWaitShareAMessage();
     void requestDuringASendFollowsInTheNextMessage();
     void sendClearsTheReadyFlag();
-    void unitThatStaysReadyIsAnnouncedOnce();
+    void unitThatIsReadyTwiceGetsARequestOnce();
     void busyUnitGetsNothing();
     void readsDoNotPileUp();
     void equalInputSwitchSendsNothing();
@@ -282,7 +282,7 @@ void QUSDeviceTest::sendClearsTheReadyFlag()
     QCOMPARE(front.sent.size(), size_t(2));
 }
 
-void QUSDeviceTest::unitThatStaysReadyIsAnnouncedOnce()
+void QUSDeviceTest::unitThatIsReadyTwiceGetsARequestOnce()
 {
     Front front;
     front.deliverReady();

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
 #include <vector>
 
 namespace {
@@ -29,13 +30,16 @@ Pending everything()
     return pending;
 }
 
-/// One message of a size; what it holds.
-Bytes message_of(Pending *pending, size_t size)
+/// One message of a size; what it holds, and in `lines` what was printed.
+Bytes message_of(Pending *pending, size_t size, std::string *lines = nullptr)
 {
     Bytes bytes(size + 1, 0xEE); // one more, that must stay
     usmsg_buf_t message;
     usmsg_init(&message, bytes.data(), static_cast<uint8_t>(size));
-    printed([&] { requests::appendRequests(&pending->queries, &pending->settings, &message); });
+    const std::string text =
+        printed([&] { requests::appendRequests(&pending->queries, &pending->settings, &message); });
+    if (lines != nullptr)
+        *lines = text;
     EXPECT_EQ(bytes.back(), 0xEE);
     bytes.resize(message.pos);
     return bytes;
@@ -233,14 +237,17 @@ TEST(Requests, mutesResumeAtTheInputThatDidNotFit)
 
 TEST(Requests, aFaderQueryIsTriedBehindMutesThatDoNotFit)
 {
-    // One byte of room more than the mute leaves: nothing of the fader fits, but it was the settings' turn as well.
+    // Two bytes are left after the mutes. No element fits, but each that is tried leaves a line.
     Pending pending;
     pending.queries.mute = 1;
     pending.queries.fader = 1;
     pending.settings.autopowersave = {1, 0x51};
     Bytes expected = mute1;
     append(&expected, {0x61, 2, 4}); // input 2, cut short
-    EXPECT_EQ(message_of(&pending, 14), expected);
+    std::string lines;
+    EXPECT_EQ(message_of(&pending, 14, &lines), expected);
+    const std::string line = "../../ustest/usmsg.cpp:#:ERROR\n";
+    EXPECT_EQ(lines, line + line + line); // of the mute, the fader and the setting
     EXPECT_EQ(pending.queries.mute, 2);
     EXPECT_EQ(pending.queries.fader, 1);
     EXPECT_EQ(pending.settings.autopowersave.pending, 1);

@@ -1,3 +1,4 @@
+#include "debuglines.h"
 #include "front.h"
 #include "unitcontrols.h"
 
@@ -53,14 +54,16 @@ void UnitControlsTest::changesAreLoggedAndSent()
     Front front;
     UnitControls controls(&front.device);
     front.deliverReady();
-    QTest::ignoreMessage(QtDebugMsg, line.constData());
+    const DebugLines lines;
     change(&controls);
+    QCOMPARE(DebugLines::take(), QStringList({QString::fromLatin1(line)}));
     QCOMPARE(front.sent, message.empty() ? std::vector<Bytes>() : std::vector<Bytes>({message}));
 }
 
 void UnitControlsTest::questionsAreSentWithoutALine()
 {
     QTest::failOnWarning(QRegularExpression(QStringLiteral(".*")));
+    const DebugLines lines;
     Front front;
     UnitControls controls(&front.device);
     controls.requestVersion();
@@ -73,6 +76,7 @@ void UnitControlsTest::questionsAreSentWithoutALine()
     QCOMPARE(front.sent, std::vector<Bytes>({{0x31, 1, 0x18, 1,    0x14, 1, 0x61, 2, 5, 0x62, 2, 1, 0xC6, 2, 0,
                                               0x61, 2, 4,    0x62, 2,    1, 0xC3, 2, 0, 0x61, 2, 4, 0x62, 2, 2,
                                               0xC3, 2, 0,    0x61, 2,    5, 0x62, 2, 1, 0xC1, 2, 0, 0,    0}}));
+    QCOMPARE(DebugLines::take(), QStringList());
 }
 
 void UnitControlsTest::otherInputsAreLoggedAndNotSent()
@@ -80,8 +84,9 @@ void UnitControlsTest::otherInputsAreLoggedAndNotSent()
     Front front;
     UnitControls controls(&front.device);
     front.deliverReady();
-    QTest::ignoreMessage(QtDebugMsg, "Audio Input3:FALSE");
+    const DebugLines lines;
     controls.audioInput(3, false);
+    QCOMPARE(DebugLines::take(), QStringList({QStringLiteral("Audio Input3:FALSE")}));
     QVERIFY(front.sent.empty());
 }
 

@@ -116,9 +116,10 @@ int control(intptr_t, uint32_t code, const void *in, uint32_t in_length, void *o
         error = answer.error;
         return 0;
     }
-    *returned = std::min(static_cast<uint32_t>(answer.bytes.size()), out_length);
-    if (*returned != 0)
-        std::memcpy(out, answer.bytes.data(), *returned);
+    const uint32_t copied = std::min(static_cast<uint32_t>(answer.bytes.size()), out_length);
+    if (copied != 0)
+        std::memcpy(out, answer.bytes.data(), copied);
+    *returned = answer.returned.value_or(copied);
     return 1;
 }
 

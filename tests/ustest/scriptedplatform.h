@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <deque>
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -35,6 +36,7 @@ public:
     {
         std::vector<uint8_t> bytes;
         uint32_t error = 0; ///< 0 is success
+        std::optional<uint32_t> returned = std::nullopt; ///< the count reported, where it is not that of the bytes
     };
 
     /// One I/O control as the driver saw it.

@@ -269,6 +269,16 @@ TEST(UsdevWrite, FailuresPrintAndGiveEverythingBack)
     EXPECT_EQ(platform.resources_in_use, 0);
 }
 
+TEST(UsdevWrite, ReturnedBytesFail)
+{
+    ScriptedPlatform platform;
+    const usdev_t device = device_at(unit_path);
+    const Bytes message = {0x31, 1, 0, 0};
+    platform.answers = {{.bytes = {}, .returned = 4}};
+    EXPECT_EQ(printed([&] { EXPECT_EQ(usdev_write(&device, 29, 0, 0, 4, message.data()), 1); }), line);
+    EXPECT_EQ(platform.resources_in_use, 0);
+}
+
 TEST(UsdevRead, SendsTheHeaderAndTakesTheBlock)
 {
     ScriptedPlatform platform;
@@ -291,6 +301,16 @@ TEST(UsdevRead, ShortAnswersFail)
         Bytes block(64);
         EXPECT_EQ(printed([&] { EXPECT_EQ(usdev_read(&device, 30, 0, 0, 64, block.data()), 1); }), line) << count;
     }
+}
+
+TEST(UsdevRead, MoreThanTheBlockFails)
+{
+    ScriptedPlatform platform;
+    const usdev_t device = device_at(unit_path);
+    platform.answers = {{.bytes = block_of(7), .returned = 65}};
+    Bytes block(64);
+    EXPECT_EQ(printed([&] { EXPECT_EQ(usdev_read(&device, 30, 0, 0, 64, block.data()), 1); }), line);
+    EXPECT_EQ(platform.resources_in_use, 0);
 }
 
 TEST(UsdevRead, WithoutADeviceOrAPathFails)
@@ -333,8 +353,8 @@ TEST(UsdevLastError, PrintsAndReturnsTheCode)
 {
     ScriptedPlatform platform;
     platform.open_error = 0x1234;
-    testing::internal::CaptureStdout();
-    usdev_open(u"x");
-    EXPECT_EQ(usdev_last_error(), 0x1234U);
-    EXPECT_NE(testing::internal::GetCapturedStdout().find("GetLastError() = 0x1234\n"), std::string::npos);
+    platform.error_text = u"Nothing here.\n";
+    // Opening prints the error as well.
+    printed([] { usdev_open(u"x"); });
+    EXPECT_EQ(printed([] { EXPECT_EQ(usdev_last_error(), 0x1234U); }), "GetLastError() = 0x1234\nNothing here.\n");
 }

@@ -177,8 +177,9 @@ TEST(UsctlPutChValue, AppendsAllThreeOrNothing)
         Bytes bytes(20, 0xEE);
         usmsg_buf_t buf = {bytes.data(), 20, static_cast<uint8_t>(20 - room)};
         int result = 0;
-        printed([&] { result = usctl_put_ch_value(&buf, 5, 1, 0x86, 4); });
+        const std::string text = printed([&] { result = usctl_put_ch_value(&buf, 5, 1, 0x86, 4); });
         EXPECT_EQ(result, room < 9 ? 1 : 0) << int(room);
+        EXPECT_EQ(lines_in(text), room < 9 ? 1U : 0U) << int(room);
         EXPECT_EQ(buf.pos, 20 - room + (room < 9 ? 0 : 9)) << int(room);
         EXPECT_EQ(buf.data, bytes.data());
         EXPECT_EQ(buf.size, 20);
@@ -565,6 +566,25 @@ TEST(UsctlIdentity, SilentUnitEndsWithALine)
     EXPECT_EQ(talk.sleeps(), 100U);
 }
 
+TEST(UsctlIdentity, BusyUnitIsNotAsked)
+{
+    Conversation talk;
+    talk.silence = block(busy);
+    uint16_t value = 0;
+    EXPECT_EQ(printed([&] { EXPECT_EQ(usctl_get_version(&talk.unit, &value), 1); }), line);
+    EXPECT_TRUE(talk.written().empty());
+}
+
+TEST(UsctlIdentity, FailedReadEndsTheCommand)
+{
+    Conversation talk;
+    talk.reply(ready);
+    talk.fail_read(5);
+    uint16_t value = 0;
+    EXPECT_EQ(printed([&] { EXPECT_EQ(usctl_get_version(&talk.unit, &value), 1); }), system_error("0x5") + line + line);
+    EXPECT_EQ(talk.reads(), 2U);
+}
+
 TEST(UsctlRoutes, AreRenderedAsText)
 {
     Conversation talk;
@@ -616,6 +636,24 @@ TEST(UsctlRoutes, OutputsMayBeNullAndFailuresEnd)
     EXPECT_EQ(length, 23U);
 }
 
+TEST(UsctlRoutes, BusyUnitIsNotAsked)
+{
+    Conversation talk;
+    talk.silence = block(busy);
+    EXPECT_EQ(printed([&] { EXPECT_EQ(usctl_dump_routes(&talk.unit, nullptr, 0, nullptr), 1); }), line + line);
+    EXPECT_TRUE(talk.written().empty());
+}
+
+TEST(UsctlRoutes, FailedReadEndsTheCommand)
+{
+    Conversation talk;
+    talk.reply(ready);
+    talk.fail_read(5);
+    EXPECT_EQ(printed([&] { EXPECT_EQ(usctl_dump_routes(&talk.unit, nullptr, 0, nullptr), 1); }),
+              system_error("0x5") + line + line);
+    EXPECT_EQ(talk.reads(), 2U);
+}
+
 TEST(UsctlRoutes, NoLineIsAnEmptyText)
 {
     Conversation talk;
@@ -638,6 +676,15 @@ TEST(UsctlDebug, TakesTheTextOfOneBlockWithoutAsking)
     EXPECT_EQ(talk.reads(), 1U);
     EXPECT_TRUE(talk.written().empty());
     EXPECT_EQ(talk.sleeps(), 0U);
+}
+
+TEST(UsctlDebug, FailedReadEndsTheCommand)
+{
+    Conversation talk;
+    talk.fail_read(5);
+    EXPECT_EQ(printed([&] { EXPECT_EQ(usctl_get_debug(&talk.unit, nullptr, 0, nullptr), 1); }),
+              system_error("0x5") + line + line);
+    EXPECT_EQ(talk.reads(), 1U);
 }
 
 TEST(UsctlDebug, PrintsUpToAZeroByte)

@@ -10,7 +10,7 @@
 
 namespace {
 
-/// Records what a watch sees, and refuses from transfer number `refuse_after` on.
+/// Records what a watch sees, and refuses while `refusal` is an error code.
 class Watch : public testing::Test
 {
 protected:
