@@ -3,6 +3,7 @@
 #include "devicethread.h"
 #include "qusdeviceunit.h"
 #include "transfergate.h"
+#include "uselement.h"
 
 #include <QDeadlineTimer>
 
@@ -18,22 +19,17 @@ constexpr int cancelInterval_ms = 100;
 } // namespace
 
 /// An element of a block as it was read.
-struct QUSDevice::Element
+struct QUSDevice::Element : uselement::element_t
 {
-    uint32_t id = 0;
-    uint32_t type = 0;
-    uint64_t value = 0;
-    uint8_t length = 0;
-
     /// The number; 0 where a byte string came in place of one.
     uint32_t number() const { return type == USMSG_DATA_TYPE_BYTES ? 0 : static_cast<uint32_t>(value); }
 
     /// The text; empty where a number came in place of one.
     QString text() const
     {
-        if (type != USMSG_DATA_TYPE_BYTES)
+        if (bytes() == nullptr)
             return {};
-        return QString::fromUtf8(reinterpret_cast<const char *>(static_cast<uintptr_t>(value)), length);
+        return QString::fromUtf8(reinterpret_cast<const char *>(bytes()), length);
     }
 };
 
@@ -282,8 +278,7 @@ void QUSDevice::parse(const QByteArray &usmsg_data)
 void QUSDevice::parseBlock(usmsg_buf_t *block, Channel *channel)
 {
     Element element;
-    while (usmsg_get(block, &element.id, &element.type, &element.value, &element.length) == 0
-           && element.id != USMSG_ID_END)
+    while (uselement::next(block, &element) && element.id != USMSG_ID_END)
         dispatch(element, channel);
 }
 

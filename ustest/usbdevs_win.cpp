@@ -222,7 +222,7 @@ int usdev_ioctl(intptr_t handle, const void *in, uint32_t in_length, void *out, 
     const uint32_t code = usplatform()->last_error();
     print_error(module_path);
     print_system_error(code);
-    return code == USPLATFORM_ERROR_TRANSIENT ? 2 : 1;
+    return code == USPLATFORM_ERROR_TRANSIENT ? USDEV_TRANSIENT : 1;
 }
 
 int usdev_write(const usdev_t *device, uint8_t request, uint16_t value, uint16_t index, uint32_t length,

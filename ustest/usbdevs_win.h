@@ -38,6 +38,9 @@ inline constexpr uint32_t USDEV_DIRECTION_WRITE = 0;
 /// Direction of a transfer from the unit to the host.
 inline constexpr uint32_t USDEV_DIRECTION_READ = 1;
 
+/// Result of a transfer that the unit did not respond to just then: a retry is worth it.
+inline constexpr int USDEV_TRANSIENT = 2;
+
 /// One device slot. Zeroed, it names no device.
 struct usdev_t
 {
@@ -109,7 +112,7 @@ intptr_t usdev_open(const char16_t *if_path);
  * Performs one I/O control with USDEV_IOCTL_TRANSFER.
  *
  * @param out_length  bytes that the driver must return, no more and no fewer
- * @return 0 on success; 2 when the unit did not respond just then and a retry is worth it; 1 on any other failure
+ * @return 0 on success, USDEV_TRANSIENT, or 1 on any other failure
  */
 int usdev_ioctl(intptr_t handle, const void *in, uint32_t in_length, void *out, uint32_t out_length);
 

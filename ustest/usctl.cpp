@@ -302,7 +302,7 @@ int usctl_send(usdev_t **unit, const usmsg_buf_t *buf)
             return 0;
         fail();
         // A hard failure counts as sent: only a unit that did not respond just then is worth another attempt.
-        if (result != 2)
+        if (result != USDEV_TRANSIENT)
             return 0;
         if (attempt < send_attempts)
             pause();

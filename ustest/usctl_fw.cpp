@@ -35,6 +35,10 @@ struct status_t
     uint32_t offset;
 };
 
+// What each block after a completion request starts from: one that says nothing confirms nothing, not even an empty
+// image.
+constexpr status_t unconfirmed = {255, 0};
+
 void print_debug_block(const element_t &element)
 {
     std::printf("\n\n--debug--\n");
@@ -169,7 +173,7 @@ private:
     bool is_confirmed(int *error)
     {
         for (int poll = 1; poll <= completion_polls; ++poll) {
-            status_t status = {255, 0};
+            status_t status = unconfirmed;
             *error = read_status(&status, false);
             if (*error != 0)
                 return false;

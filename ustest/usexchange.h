@@ -2,6 +2,7 @@
 
 #include "usctl.h"
 #include "usdiagnostics.h"
+#include "uselement.h"
 
 /**
  * What the control commands and the firmware transfer have in common. Internal to the module usctl: its diagnostic
@@ -26,27 +27,12 @@ struct message_t
     message_t &operator=(const message_t &) = delete;
 };
 
-/// An element as it was read.
-struct element_t
-{
-    uint32_t id = 0;
-    uint32_t type = 0;
-    uint64_t value = 0;
-    uint8_t length = 0;
-
-    /// The bytes of a byte string, inside the message; null for any other type, whose value is no address.
-    const uint8_t *bytes() const
-    {
-        if (type != USMSG_DATA_TYPE_BYTES)
-            return nullptr;
-        return reinterpret_cast<const uint8_t *>(static_cast<uintptr_t>(value));
-    }
-};
+using uselement::element_t;
 
 /// Reads the next element of a block; false at its end.
 inline bool next_element(message_t *block, element_t *element)
 {
-    return usmsg_get(&block->buf, &element->id, &element->type, &element->value, &element->length) == 0;
+    return uselement::next(&block->buf, element);
 }
 
 /**

@@ -1,6 +1,7 @@
 #include "elements.h"
 
 #include "channelnames.h"
+#include "uselement.h"
 #include "usmsg.h"
 #include "values.h"
 
@@ -112,16 +113,13 @@ Message decode(const uint8_t *bytes, size_t length)
     usmsg_init(&buf, copy, size);
 
     Message message;
-    uint32_t id = 0;
-    uint32_t type = 0;
-    uint64_t value = 0;
-    uint8_t value_length = 0;
-    while (!has_unknown_type(buf) && usmsg_get(&buf, &id, &type, &value, &value_length) == 0) {
-        Element element = {id, type, 0, {}};
+    uselement::element_t read;
+    while (!has_unknown_type(buf) && uselement::next(&buf, &read)) {
+        Element element = {read.id, read.type, 0, {}};
         if (element.has_bytes())
-            element.bytes.assign(reinterpret_cast<const char *>(static_cast<uintptr_t>(value)), value_length);
+            element.bytes.assign(read.bytes(), read.bytes() + read.length);
         else
-            element.number = value;
+            element.number = read.value;
         message.elements.push_back(std::move(element));
     }
     message.flaw = flaw_at(copy, size, buf.pos);

@@ -1,114 +1,71 @@
-#include "stdstreams.h"
+#include "stdstreams_system.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cstdio>
 #include <fcntl.h>
 #include <filesystem>
 #include <io.h>
 #include <sys/stat.h>
 
-namespace stdstreams {
+namespace stdstreams::system {
 
 namespace {
-
-constexpr int input = 0;
-constexpr int output = 1;
-constexpr int error_output = 2;
 
 // One write of the C library takes no more than this.
 constexpr size_t largest_write = 1 << 20;
 
-int results = -1;
-
-/// Opens the null device on a standard stream's number if that is free.
-void occupy(int number)
-{
-    if (_get_osfhandle(number) >= 0)
-        return;
-    const int null = _open("NUL", _O_RDWR | _O_BINARY);
-    if (null >= 0 && null != number) {
-        _dup2(null, number);
-        _close(null);
-    }
-}
-
-/// Lets standard output point to a descriptor, which is closed.
-int point_output_to(int descriptor)
-{
-    std::fflush(stdout);
-    const int error = _dup2(descriptor, output) < 0 ? errno : 0;
-    _close(descriptor);
-    return error;
-}
-
-int write_all(int descriptor, std::string_view text)
-{
-    while (!text.empty()) {
-        const auto piece = static_cast<unsigned>(std::min(text.size(), largest_write));
-        const int written = _write(descriptor, text.data(), piece);
-        if (written < 0)
-            return errno;
-        text.remove_prefix(static_cast<size_t>(written));
-    }
-    return 0;
-}
-
 } // namespace
 
-int begin()
+void outlive_readers()
 {
-    results = _dup(output);
-    const int error = results < 0 ? errno : 0;
-    for (const int number : {input, output, error_output})
-        occupy(number);
+    // Here writing only fails.
+}
+
+void print_by_lines()
+{
     // The C library of this system has no line buffering.
     std::setvbuf(stdout, nullptr, _IONBF, 0);
-    silence_link();
-    return error;
 }
 
-int link_to_error()
+bool is_free(int number)
 {
-    const int copy = _dup(error_output);
-    return copy < 0 ? errno : point_output_to(copy);
+    return _get_osfhandle(number) < 0;
 }
 
-int link_to_file(const std::string &path)
+int open_null()
+{
+    return _open("NUL", _O_RDWR | _O_BINARY);
+}
+
+int open_to_append(const std::string &path)
 {
     const std::filesystem::path wide(std::u8string(path.begin(), path.end()));
-    const int file = _wopen(wide.c_str(), _O_WRONLY | _O_CREAT | _O_APPEND | _O_TEXT, _S_IREAD | _S_IWRITE);
-    return file < 0 ? errno : point_output_to(file);
+    return _wopen(wide.c_str(), _O_WRONLY | _O_CREAT | _O_APPEND | _O_TEXT, _S_IREAD | _S_IWRITE);
 }
 
-void silence_link()
+int copy(int descriptor)
 {
-    const int null = _open("NUL", _O_WRONLY);
-    if (null >= 0)
-        point_output_to(null);
+    return _dup(descriptor);
 }
 
-int finish_link()
+int copy_for_itself(int descriptor)
 {
-    errno = 0;
-    if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0)
-        return 0;
-    return errno != 0 ? errno : EIO;
+    return _dup(descriptor);
 }
 
-int result_descriptor()
+int point(int number, int descriptor)
 {
-    return results;
+    return _dup2(descriptor, number);
 }
 
-int write_result(std::string_view text)
+void close(int descriptor)
 {
-    return results < 0 ? EBADF : write_all(results, text);
+    _close(descriptor);
 }
 
-void write_error(std::string_view text)
+std::ptrdiff_t write(int descriptor, std::string_view text)
 {
-    write_all(error_output, text);
+    return _write(descriptor, text.data(), static_cast<unsigned>(std::min(text.size(), largest_write)));
 }
 
-} // namespace stdstreams
+} // namespace stdstreams::system

@@ -209,6 +209,42 @@ void carry_out_for_channel(virtualunit_t *unit, const element_t &element, const 
     }
 }
 
+// The unit as a whole, and its firmware. False for an element about something else.
+
+bool carry_out_for_unit(virtualunit_t *unit, const element_t &element)
+{
+    static constexpr char command_text[] = "command A2";
+    switch (key(element.id, element.type)) {
+    case key(USMSG_ID_IDENTITY, USMSG_DATA_TYPE_NONE):
+        answer_identity(unit);
+        return true;
+    case key(USMSG_ID_HZ, USMSG_DATA_TYPE_NONE):
+        answer_u32(unit, USMSG_ID_HZ, unit->hz);
+        return true;
+    case key(USMSG_ID_GET_AUTOPOWERSAVE, USMSG_DATA_TYPE_NONE):
+        answer_u8(unit, USMSG_ID_AUTOPOWERSAVE, unit->autopowersave);
+        return true;
+    case key(USMSG_ID_AUTOPOWERSAVE, USMSG_DATA_TYPE_U8):
+        unit->autopowersave = element.value[0];
+        return true;
+    case key(USMSG_ID_SET_U8, USMSG_DATA_TYPE_U8):
+        unit->setting_u8 = element.value[0];
+        return true;
+    case key(USMSG_ID_SET_U32, USMSG_DATA_TYPE_U32):
+        unit->setting_u32 = number_of(element);
+        return true;
+    case key(USMSG_ID_QUERY_U32, USMSG_DATA_TYPE_U32):
+        answer_u32(unit, USMSG_ID_ANSWER_U32, number_of(element) + unit->setting_u32);
+        return true;
+    case key(USMSG_ID_COMMAND_A2, USMSG_DATA_TYPE_U8):
+        ++unit->commands_a2;
+        virtualunit_say(unit, command_text, sizeof(command_text) - 1);
+        return true;
+    default:
+        return false;
+    }
+}
+
 void answer_firmware_status(virtualunit_t *unit)
 {
     group_t group = {};
@@ -216,55 +252,34 @@ void answer_firmware_status(virtualunit_t *unit)
     queue_group(unit, group);
 }
 
+bool carry_out_for_firmware(virtualunit_t *unit, const element_t &element)
+{
+    switch (key(element.id, element.type)) {
+    case key(USMSG_ID_FW_BEGIN, USMSG_DATA_TYPE_U32):
+        virtualfirmware::begin(&unit->firmware, number_of(element));
+        return true;
+    case key(USMSG_ID_FW_STATUS, USMSG_DATA_TYPE_NONE):
+        answer_firmware_status(unit);
+        return true;
+    case key(USMSG_ID_FW_DATA, USMSG_DATA_TYPE_BYTES):
+    case key(USMSG_ID_FW_DATA_LAST, USMSG_DATA_TYPE_BYTES):
+        virtualfirmware::take_data(&unit->firmware, element);
+        return true;
+    default:
+        return false;
+    }
+}
+
 // Messages and blocks.
 
 void carry_out(virtualunit_t *unit, const element_t &element, named_t *named)
 {
-    if (take_name(element, named))
+    if (take_name(element, named) || carry_out_for_unit(unit, element) || carry_out_for_firmware(unit, element))
         return;
-    static constexpr char command_text[] = "command A2";
-    switch (key(element.id, element.type)) {
-    case key(USMSG_ID_IDENTITY, USMSG_DATA_TYPE_NONE):
-        answer_identity(unit);
-        break;
-    case key(USMSG_ID_HZ, USMSG_DATA_TYPE_NONE):
-        answer_u32(unit, USMSG_ID_HZ, unit->hz);
-        break;
-    case key(USMSG_ID_GET_AUTOPOWERSAVE, USMSG_DATA_TYPE_NONE):
-        answer_u8(unit, USMSG_ID_AUTOPOWERSAVE, unit->autopowersave);
-        break;
-    case key(USMSG_ID_AUTOPOWERSAVE, USMSG_DATA_TYPE_U8):
-        unit->autopowersave = element.value[0];
-        break;
-    case key(USMSG_ID_SET_U8, USMSG_DATA_TYPE_U8):
-        unit->setting_u8 = element.value[0];
-        break;
-    case key(USMSG_ID_SET_U32, USMSG_DATA_TYPE_U32):
-        unit->setting_u32 = number_of(element);
-        break;
-    case key(USMSG_ID_QUERY_U32, USMSG_DATA_TYPE_U32):
-        answer_u32(unit, USMSG_ID_ANSWER_U32, number_of(element) + unit->setting_u32);
-        break;
-    case key(USMSG_ID_COMMAND_A2, USMSG_DATA_TYPE_U8):
-        ++unit->commands_a2;
-        virtualunit_say(unit, command_text, sizeof(command_text) - 1);
-        break;
-    case key(USMSG_ID_ROUTE_COMPLETE, USMSG_DATA_TYPE_NONE):
+    if (key(element.id, element.type) == key(USMSG_ID_ROUTE_COMPLETE, USMSG_DATA_TYPE_NONE))
         complete_route(unit, *named);
-        break;
-    case key(USMSG_ID_FW_BEGIN, USMSG_DATA_TYPE_U32):
-        virtualfirmware::begin(&unit->firmware, number_of(element));
-        break;
-    case key(USMSG_ID_FW_STATUS, USMSG_DATA_TYPE_NONE):
-        answer_firmware_status(unit);
-        break;
-    case key(USMSG_ID_FW_DATA, USMSG_DATA_TYPE_BYTES):
-    case key(USMSG_ID_FW_DATA_LAST, USMSG_DATA_TYPE_BYTES):
-        virtualfirmware::take_data(&unit->firmware, element);
-        break;
-    default:
+    else
         carry_out_for_channel(unit, element, named->channel);
-    }
 }
 
 /// Moves groups from the queue into a block, as long as the next one fits.

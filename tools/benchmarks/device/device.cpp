@@ -68,10 +68,12 @@ void plugIn()
     usplatform_use(&platform);
 }
 
-QByteArray block(std::initializer_list<uint8_t> bytes)
+QByteArray block(std::initializer_list<std::initializer_list<uint8_t>> elements)
 {
     QByteArray result(USMSG_MAX_SIZE, '\0');
-    std::copy(bytes.begin(), bytes.end(), result.begin());
+    auto end = result.begin();
+    for (const std::initializer_list<uint8_t> &element : elements)
+        end = std::copy(element.begin(), element.end(), end);
     return result;
 }
 
@@ -98,7 +100,7 @@ bool measureAssembly()
     QUSDevice device;
     int messages = 0;
     detach(&device, &messages);
-    const QByteArray ready = block({USMSG_ID_READY, USMSG_DATA_TYPE_U8, 1});
+    const QByteArray ready = block({{USMSG_ID_READY, USMSG_DATA_TYPE_U8, 1}});
     const auto begin = Clock::now();
     for (int round = 0; round < rounds; ++round) {
         device.request_version();
@@ -116,52 +118,32 @@ bool measureAssembly()
     return messages == rounds;
 }
 
+/// Counts what the reply of measureDispatch() is announced as.
+void countAnnouncements(QUSDevice *device, int *announced)
+{
+    const auto count = [announced] { ++*announced; };
+    QObject::connect(device, &QUSDevice::sig_recv_hz, count);
+    QObject::connect(device, &QUSDevice::sig_recv_version, count);
+    QObject::connect(device, &QUSDevice::sig_recv_productname, count);
+    QObject::connect(device, &QUSDevice::sig_recv_fader, count);
+    QObject::connect(device, &QUSDevice::sig_recv_mute, count);
+}
+
 bool measureDispatch()
 {
     QUSDevice device;
     int messages = 0;
     detach(&device, &messages);
     int announced = 0;
-    const auto count = [&announced] { ++announced; };
-    QObject::connect(&device, &QUSDevice::sig_recv_hz, count);
-    QObject::connect(&device, &QUSDevice::sig_recv_version, count);
-    QObject::connect(&device, &QUSDevice::sig_recv_productname, count);
-    QObject::connect(&device, &QUSDevice::sig_recv_fader, count);
-    QObject::connect(&device, &QUSDevice::sig_recv_mute, count);
-    const QByteArray reply = block({USMSG_ID_READY,
-                                    USMSG_DATA_TYPE_U8,
-                                    0,
-                                    USMSG_ID_HZ,
-                                    USMSG_DATA_TYPE_U32,
-                                    0x80,
-                                    0xBB,
-                                    0,
-                                    0,
-                                    USMSG_ID_VERSION,
-                                    USMSG_DATA_TYPE_U16,
-                                    1,
-                                    1,
-                                    USMSG_ID_PRODUCTNAME,
-                                    USMSG_DATA_TYPE_BYTES,
-                                    6,
-                                    'K',
-                                    'D',
-                                    '-',
-                                    'M',
-                                    'X',
-                                    '2',
-                                    USMSG_ID_CH,
-                                    USMSG_DATA_TYPE_U8,
-                                    5,
-                                    USMSG_ID_CH_NO,
-                                    USMSG_DATA_TYPE_U8,
-                                    1,
-                                    USMSG_ID_GET_FADER,
-                                    USMSG_DATA_TYPE_U8,
-                                    100,
-                                    USMSG_ID_GET_MUTE,
-                                    USMSG_DATA_TYPE_U8,
-                                    1});
+    countAnnouncements(&device, &announced);
+    const QByteArray reply = block({{USMSG_ID_READY, USMSG_DATA_TYPE_U8, 0},
+                                    {USMSG_ID_HZ, USMSG_DATA_TYPE_U32, 0x80, 0xBB, 0, 0},
+                                    {USMSG_ID_VERSION, USMSG_DATA_TYPE_U16, 1, 1},
+                                    {USMSG_ID_PRODUCTNAME, USMSG_DATA_TYPE_BYTES, 6, 'K', 'D', '-', 'M', 'X', '2'},
+                                    {USMSG_ID_CH, USMSG_DATA_TYPE_U8, USMSG_DATA_CH_DIRECTMONITOR_OUT},
+                                    {USMSG_ID_CH_NO, USMSG_DATA_TYPE_U8, 1},
+                                    {USMSG_ID_GET_FADER, USMSG_DATA_TYPE_U8, 100},
+                                    {USMSG_ID_GET_MUTE, USMSG_DATA_TYPE_U8, 1}});
     const auto begin = Clock::now();
     for (int round = 0; round < rounds; ++round)
         device.recv_us_recv_result(true, reply);
@@ -285,7 +267,7 @@ void measurePending(int calls)
     for (int number = 0; number < calls; ++number)
         request(&device, number);
     const auto asked = Clock::now();
-    const QByteArray ready = block({USMSG_ID_READY, USMSG_DATA_TYPE_U8, 1});
+    const QByteArray ready = block({{USMSG_ID_READY, USMSG_DATA_TYPE_U8, 1}});
     for (int before = -1; before != messages;) {
         before = messages;
         device.recv_us_recv_result(true, ready);

@@ -16,6 +16,11 @@ constexpr uint8_t line_output = 2;
 constexpr uint8_t microphones = 3;
 constexpr uint8_t recording_sink = 4;
 
+// What a terminal leads to or comes from.
+constexpr uint16_t usb_stream = 0x0101;
+constexpr uint16_t microphone = 0x0201;
+constexpr uint16_t line_connector = 0x0603;
+
 constexpr uint8_t audio_interfaces = 3;
 constexpr uint8_t playback_interface = 1;
 constexpr uint8_t recording_interface = 2;
@@ -77,10 +82,9 @@ Bytes interface(uint8_t number, uint8_t alternate, uint8_t endpoints, uint8_t su
     });
 }
 
-/// The entities of the audio function and how they are wired.
-Bytes audio_entities()
+Bytes clock_source()
 {
-    Bytes bytes = descriptor({
+    return descriptor({
         0x24, 0x0A, // class-specific: clock source
         clock_entity,
         0x03, // inside the device, can be set
@@ -88,54 +92,46 @@ Bytes audio_entities()
         0, // belongs to no terminal
         0, // no name
     });
-    append(&bytes,
-           descriptor({
-               0x24, 0x02, // class-specific: input terminal
-               playback_source, // number
-               0x01, 0x01, // from the USB stream
-               0, // belongs to no other terminal
-               clock_entity, // in step with
-               2, // channels:
-               0x03, 0x00, 0x00, 0x00, // left and right front
-               0, // without names
-               0x00, 0x00, // no controls
-               0, // no name
-           }));
-    append(&bytes,
-           descriptor({
-               0x24, 0x03, // class-specific: output terminal
-               line_output, // number
-               0x03, 0x06, // line connector
-               0, // belongs to no other terminal
-               playback_source, // what it hears
-               clock_entity, // in step with
-               0x00, 0x00, // no controls
-               0, // no name
-           }));
-    append(&bytes,
-           descriptor({
-               0x24, 0x02, // class-specific: input terminal
-               microphones, // number
-               0x01, 0x02, // microphone
-               0, // belongs to no other terminal
-               clock_entity, // in step with
-               2, // channels:
-               0x03, 0x00, 0x00, 0x00, // left and right front
-               0, // without names
-               0x00, 0x00, // no controls
-               0, // no name
-           }));
-    append(&bytes,
-           descriptor({
-               0x24, 0x03, // class-specific: output terminal
-               recording_sink, // number
-               0x01, 0x01, // to the USB stream
-               0, // belongs to no other terminal
-               microphones, // what it hears
-               clock_entity, // in step with
-               0x00, 0x00, // no controls
-               0, // no name
-           }));
+}
+
+/// Where sound comes into the audio function.
+Bytes input_terminal(uint8_t number, uint16_t kind)
+{
+    return descriptor({
+        0x24, 0x02, // class-specific: input terminal
+        number, low(kind), high(kind),
+        0, // belongs to no other terminal
+        clock_entity, // in step with
+        2, // channels:
+        0x03, 0x00, 0x00, 0x00, // left and right front
+        0, // without names
+        0x00, 0x00, // no controls
+        0, // no name
+    });
+}
+
+/// Where sound leaves the audio function.
+Bytes output_terminal(uint8_t number, uint16_t kind, uint8_t source)
+{
+    return descriptor({
+        0x24, 0x03, // class-specific: output terminal
+        number, low(kind), high(kind),
+        0, // belongs to no other terminal
+        source, // what it hears
+        clock_entity, // in step with
+        0x00, 0x00, // no controls
+        0, // no name
+    });
+}
+
+/// The entities of the audio function and how they are wired.
+Bytes audio_entities()
+{
+    Bytes bytes = clock_source();
+    append(&bytes, input_terminal(playback_source, usb_stream));
+    append(&bytes, output_terminal(line_output, line_connector, playback_source));
+    append(&bytes, input_terminal(microphones, microphone));
+    append(&bytes, output_terminal(recording_sink, usb_stream, microphones));
     return bytes;
 }
 

@@ -5,8 +5,8 @@
 #include <vector>
 
 /**
- * The enumerators of usmsg.h, read from its text: a document's tables are held against all of them, and a new one
- * cannot be forgotten.
+ * The enumerators of usmsg.h, read from its text: tables of documents and programs are held against all of them, and a
+ * new one cannot be forgotten.
  */
 namespace headerfile {
 
