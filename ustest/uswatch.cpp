@@ -66,7 +66,8 @@ int control(intptr_t handle, uint32_t code, const void *in, uint32_t in_length, 
     if (header.request == USDEV_REQ_WRITE)
         report(uswatch_transfer_t::WRITE, static_cast<const uint8_t *>(in) + sizeof(header), header.length, error);
     else
-        report(uswatch_transfer_t::READ, out, succeeded != 0 ? *returned : 0, error);
+        // A driver may claim more than the block can hold.
+        report(uswatch_transfer_t::READ, out, succeeded != 0 ? std::min(*returned, out_length) : 0, error);
     return succeeded;
 }
 

@@ -93,6 +93,13 @@ TEST_F(Watch, seesFailedReadsAndShortOnes)
                                  {uswatch_transfer_t::READ, std::vector<uint8_t>(20), 0}}));
 }
 
+TEST_F(Watch, seesNoMoreThanTheBlock)
+{
+    conversation.silence.returned = USMSG_MAX_SIZE + 1;
+    printed([&] { EXPECT_EQ(receive(), 1); });
+    EXPECT_EQ(seen, (std::vector<Seen>{{uswatch_transfer_t::READ, block_of({}), 0}}));
+}
+
 TEST_F(Watch, seesAPathThatCannotBeOpened)
 {
     conversation.platform.open_error = USPLATFORM_ERROR_NOT_FOUND;
