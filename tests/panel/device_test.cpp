@@ -66,7 +66,7 @@ void choose(const MainWindow &window, const QString &samples)
 
 } // namespace
 
-class PanelDeviceTest : public QObject
+class DeviceTest : public QObject
 {
     Q_OBJECT
 
@@ -130,5 +130,5 @@ private:
     std::unique_ptr<MainWindow> m_window;
 };
 
-QTEST_MAIN(PanelDeviceTest)
+QTEST_MAIN(DeviceTest)
 #include "device_test.moc"

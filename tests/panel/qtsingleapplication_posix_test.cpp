@@ -1,19 +1,14 @@
 // The application where channels are files.
 
 #include "instancechannel.h"
-#include "logonsession.h"
-#include "probeprocess.h"
+#include "probefixture.h"
 #include "qtsingleapplication.h"
-#include "singleinstanceid.h"
 
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTest>
-
-#include <memory>
 
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -21,9 +16,6 @@
 #include <unistd.h>
 
 namespace {
-
-// No test waits that long when it passes.
-constexpr int patience = 40000;
 
 // More than a start on a busy machine takes, and less than the half minute that a dead lock of Qt's would cost.
 constexpr int tolerance = 15000;
@@ -33,22 +25,10 @@ const QString warningPrefix = QStringLiteral("QtSingleApplication: ");
 
 const QString applicationName = QStringLiteral("QtSingleApplicationPosixTest");
 
-using Probe = std::unique_ptr<ProbeProcess>;
-
 mode_t permissions(const QString &path)
 {
     struct stat info = {};
     return ::lstat(QFile::encodeName(path).constData(), &info) == 0 ? info.st_mode & 0777 : 0;
-}
-
-QString temporaryFolder()
-{
-    return QDir::tempPath() + QStringLiteral("/kdmxt-XXXXXX");
-}
-
-QString idOf(const QString &program)
-{
-    return singleInstanceId(program, logonSession());
 }
 
 void writeFile(const QString &path, const QByteArray &content)
@@ -73,19 +53,14 @@ void makeStaleSocket(const QString &path)
 
 } // namespace
 
-class QtSingleApplicationPosixTest : public QObject
+class QtSingleApplicationPosixTest : public ProbeFixture
 {
     Q_OBJECT
 
 public:
-    explicit QtSingleApplicationPosixTest(QtSingleApplication &application)
-        : m_application(application)
-    {
-    }
+    using ProbeFixture::ProbeFixture;
 
 private Q_SLOTS:
-    void initTestCase();
-    void init();
     void keepsItsFilesPrivate();
     void leavesNoSocket();
     void oldFilesDelayNothing_data();
@@ -94,41 +69,8 @@ private Q_SLOTS:
     void otherUsersStayOut();
 
 private:
-    Probe start(const QStringList &arguments = {}, const QString &program = ProbeProcess::program()) const;
-    Probe startFirst(const QString &program = ProbeProcess::program()) const;
     QString probeFile(const QString &ending) const;
-
-    QtSingleApplication &m_application;
-    QString m_ownRuntime;
-    std::unique_ptr<QTemporaryDir> m_runtime;
 };
-
-void QtSingleApplicationPosixTest::initTestCase()
-{
-    m_ownRuntime = QFile::decodeName(qgetenv("XDG_RUNTIME_DIR"));
-    QVERIFY2(QFileInfo(ProbeProcess::program()).isExecutable(), qUtf8Printable(ProbeProcess::program()));
-}
-
-void QtSingleApplicationPosixTest::init()
-{
-    // The offscreen platform cannot raise windows and says so.
-    QTest::failOnWarning(QRegularExpression(QStringLiteral("^(?!This plugin does not support raise)")));
-    m_runtime = std::make_unique<QTemporaryDir>(temporaryFolder());
-    QVERIFY(m_runtime->isValid());
-}
-
-Probe QtSingleApplicationPosixTest::start(const QStringList &arguments, const QString &program) const
-{
-    return std::make_unique<ProbeProcess>(m_runtime->path(), arguments, program);
-}
-
-Probe QtSingleApplicationPosixTest::startFirst(const QString &program) const
-{
-    Probe probe = start({}, program);
-    if (!QTest::qWaitFor([&probe] { return probe->printed(QStringLiteral("first")); }, patience))
-        qWarning("The probe did not become the first process.");
-    return probe;
-}
 
 QString QtSingleApplicationPosixTest::probeFile(const QString &ending) const
 {
@@ -236,7 +178,7 @@ void QtSingleApplicationPosixTest::otherUsersStayOut()
 int main(int argc, char *argv[])
 {
     // Of its own: the test counts what lies there.
-    const QTemporaryDir runtime(temporaryFolder());
+    const QTemporaryDir runtime(ProbeFixture::temporaryFolder());
     qputenv("XDG_RUNTIME_DIR", QFile::encodeName(runtime.path()));
 
     // Looking for a session bus where there is none makes libdbus start a process and lose memory.

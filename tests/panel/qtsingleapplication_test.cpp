@@ -1,11 +1,9 @@
 #include "instancechannel.h"
-#include "logonsession.h"
 #include "messageframe.h"
 #include "openfiles.h"
-#include "probeprocess.h"
+#include "probefixture.h"
 #include "qtsingleapplication.h"
 #include "sanitizers.h"
-#include "singleinstanceid.h"
 #include "webbrowser.h"
 
 #include <QDir>
@@ -13,7 +11,6 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QLocalSocket>
-#include <QRegularExpression>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
@@ -28,27 +25,13 @@ namespace {
 
 constexpr bool slow = underAddressSanitizer || underThreadSanitizer;
 
-// No test waits that long when it passes.
-constexpr int patience = 40000;
-
 // Added where a time is measured: what a machine that stands still now and then may need. What goes wrong takes half a
 // minute.
 constexpr int tolerance = 15000;
 
 const QString applicationName = QStringLiteral("QtSingleApplicationTest");
 
-using Probe = std::unique_ptr<ProbeProcess>;
 using Senders = std::vector<std::unique_ptr<QLocalSocket>>;
-
-QString temporaryFolder()
-{
-    return QDir::tempPath() + QStringLiteral("/kdmxt-XXXXXX");
-}
-
-QString idOf(const QString &program)
-{
-    return singleInstanceId(program, logonSession());
-}
 
 std::unique_ptr<QLocalSocket> makeSender(const QString &serverName)
 {
@@ -60,7 +43,7 @@ std::unique_ptr<QLocalSocket> makeSender(const QString &serverName)
         return socket != nullptr;
     };
     // A listener that is busy has to get on with its work: it may be this very process.
-    if (!QTest::qWaitFor(connects, patience))
+    if (!QTest::qWaitFor(connects, ProbeFixture::patience))
         qFatal("The listener stayed busy.");
     return socket;
 }
@@ -69,20 +52,14 @@ std::unique_ptr<QLocalSocket> makeSender(const QString &serverName)
 
 Q_DECLARE_METATYPE(std::function<void(QLocalSocket *)>)
 
-class QtSingleApplicationTest : public QObject
+class QtSingleApplicationTest : public ProbeFixture
 {
     Q_OBJECT
 
 public:
-    explicit QtSingleApplicationTest(QtSingleApplication &application)
-        : m_application(application)
-    {
-    }
+    using ProbeFixture::ProbeFixture;
 
 private Q_SLOTS:
-    void initTestCase();
-    void init();
-
     // The test itself is the first process, except at the beginning.
     void sendsNothingWhenNobodyListens();
     void becomesTheFirst();
@@ -104,44 +81,11 @@ private Q_SLOTS:
     void endsWithOpenConnections();
 
 private:
-    Probe start(const QStringList &arguments = {}, const QString &program = ProbeProcess::program()) const;
-    Probe startFirst(const QString &program = ProbeProcess::program()) const;
     void expectAcknowledged(const QStringList &arguments = {}, const QString &program = ProbeProcess::program());
     InstanceChannel ownChannel() const { return instanceChannel(idOf(applicationName)); }
     InstanceChannel probeChannel() const;
     QString copyIn(const QString &folder) const;
-
-    QtSingleApplication &m_application;
-    QString m_ownRuntime;
-    std::unique_ptr<QTemporaryDir> m_runtime;
 };
-
-void QtSingleApplicationTest::initTestCase()
-{
-    m_ownRuntime = QFile::decodeName(qgetenv("XDG_RUNTIME_DIR"));
-    QVERIFY2(QFileInfo(ProbeProcess::program()).isExecutable(), qUtf8Printable(ProbeProcess::program()));
-}
-
-void QtSingleApplicationTest::init()
-{
-    // The offscreen platform cannot raise windows and says so.
-    QTest::failOnWarning(QRegularExpression(QStringLiteral("^(?!This plugin does not support raise)")));
-    m_runtime = std::make_unique<QTemporaryDir>(temporaryFolder());
-    QVERIFY(m_runtime->isValid());
-}
-
-Probe QtSingleApplicationTest::start(const QStringList &arguments, const QString &program) const
-{
-    return std::make_unique<ProbeProcess>(m_runtime->path(), arguments, program);
-}
-
-Probe QtSingleApplicationTest::startFirst(const QString &program) const
-{
-    Probe probe = start({}, program);
-    if (!QTest::qWaitFor([&probe] { return probe->printed(QStringLiteral("first")); }, patience))
-        qWarning("The probe did not become the first process.");
-    return probe;
-}
 
 void QtSingleApplicationTest::expectAcknowledged(const QStringList &arguments, const QString &program)
 {
@@ -466,7 +410,7 @@ void QtSingleApplicationTest::endsWithOpenConnections()
 int main(int argc, char *argv[])
 {
     // Of its own: the test counts what lies there.
-    const QTemporaryDir runtime(temporaryFolder());
+    const QTemporaryDir runtime(ProbeFixture::temporaryFolder());
     qputenv("XDG_RUNTIME_DIR", QFile::encodeName(runtime.path()));
 
     // Looking for a session bus where there is none makes libdbus start a process and lose memory.

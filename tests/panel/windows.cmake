@@ -1,19 +1,19 @@
 # Tests of what the panel does on Windows only.
 
-kdmx_add_test(panel.instancechannel.windows SOURCES instancechannel_windows_test.cpp)
-kdmx_add_test(panel.instancelock.windows SOURCES instancelock_windows_test.cpp)
+kdmx_add_test(panel.instancechannel_windows SOURCES instancechannel_windows_test.cpp)
+kdmx_add_test(panel.instancelock_windows SOURCES instancelock_windows_test.cpp)
 
 # The program as users have it, below a folder with blanks and with letters that the system's code page lacks.
 set(installed "${CMAKE_CURRENT_BINARY_DIR}/録音 プログラム/KD-MX Series")
-add_test(NAME panel.startup.windows.install
+add_test(NAME panel.startup_windows.install
     COMMAND ${CMAKE_COMMAND} --install ${PROJECT_BINARY_DIR} --prefix ${installed})
-set_tests_properties(panel.startup.windows.install PROPERTIES
+set_tests_properties(panel.startup_windows.install PROPERTIES
     FIXTURES_SETUP panel_installed RESOURCE_LOCK build)
 
 # Once more for a user whose name has such letters: the user is the one that Windows was made for.
-kdmx_add_test(panel.startup.windows SOURCES startup_windows_test.cpp DISPLAY TIMEOUT 900
+kdmx_add_test(panel.startup_windows SOURCES startup_windows_test.cpp DISPLAY TIMEOUT 900
     ENVIRONMENT USER=user LOGNAME=user "KDMX_INSTALLED=${installed}/KD-MX_Series.exe")
-kdmx_add_test_run(panel.startup.windows.japanese PROGRAM panel_startup_windows_test DISPLAY TIMEOUT 900
+kdmx_add_test_run(panel.startup_windows.japanese PROGRAM panel_startup_windows_test DISPLAY TIMEOUT 900
     ENVIRONMENT
         USER=録音太郎 LOGNAME=録音太郎 KDMX_WINE_PREFIX=${CMAKE_BINARY_DIR}/wine-prefix-japanese
         "KDMX_INSTALLED=${installed}/KD-MX_Series.exe"
@@ -21,7 +21,7 @@ kdmx_add_test_run(panel.startup.windows.japanese PROGRAM panel_startup_windows_t
         userHasTheNameThatWasAskedFor eachChangeIsThereAtOnce reminderThatIsTurnedOffIsWrittenTwice
         worksWhereTheUserPutsIt)
 add_dependencies(panel_startup_windows_test KD-MX_Series)
-set_tests_properties(panel.startup.windows panel.startup.windows.japanese PROPERTIES
+set_tests_properties(panel.startup_windows panel.startup_windows.japanese PROPERTIES
     RUN_SERIAL TRUE FIXTURES_REQUIRED panel_installed)
 
 # Wine takes the language of Windows from the environment, and only one that this machine knows.

@@ -1,6 +1,6 @@
 #include "installerprogram.h"
 
-#include "packagescene.h"
+#include "filecontent.h"
 
 #include <QDir>
 #include <QTest>

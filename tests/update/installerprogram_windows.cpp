@@ -1,7 +1,7 @@
 #include "installerprogram.h"
 
 #include "environment.h"
-#include "packagescene.h"
+#include "filecontent.h"
 
 namespace installerprogram {
 

@@ -3,6 +3,7 @@
 #include "packagefile.h"
 
 #include "environment.h"
+#include "filecontent.h"
 #include "packagebody.h"
 #include "packagescene.h"
 

@@ -63,9 +63,6 @@ private:
 /// A path as Windows writes it.
 QString backslashed(const QString &path);
 
-/// The bytes of a file; null without one.
-QByteArray contentOf(const QString &fileName);
-
 /// The names of everything in a folder, folders too, sorted.
 QStringList namesIn(const QString &folder);
 

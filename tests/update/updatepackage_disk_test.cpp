@@ -3,8 +3,7 @@
 
 #include "debuglines.h"
 #include "hostrecord.h"
-#include "packagescene.h"
-#include "packageservice.h"
+#include "packagefixture.h"
 #include "privatemounts.h"
 #include "storedsettings.h"
 #include "zipfile.h"
@@ -12,10 +11,7 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
-#include <QRegularExpression>
 #include <QTest>
-
-#include <memory>
 
 namespace {
 
@@ -27,14 +23,11 @@ const QString openError = QStringLiteral("UpdateInformation: file open error");
 
 } // namespace
 
-class UpdatePackageDiskTest : public QObject
+class UpdatePackageDiskTest : public PackageFixture
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init();
-    void cleanup();
-
     void packageLargerThanTheDisk_data();
     void packageLargerThanTheDisk();
     void noRoomForTheScript();
@@ -48,28 +41,7 @@ private Q_SLOTS:
 private:
     /// Downloads, and waits for the error.
     bool failToBring(const QString &address);
-
-    std::unique_ptr<DebugLines> m_lines;
-    std::unique_ptr<PackageScene> m_scene;
-    std::unique_ptr<PackageService> m_service;
 };
-
-void UpdatePackageDiskTest::init()
-{
-    QTest::failOnWarning(QRegularExpression(QStringLiteral(".")));
-    m_lines = std::make_unique<DebugLines>();
-    m_scene = std::make_unique<PackageScene>();
-    m_service = std::make_unique<PackageService>();
-    QVERIFY(m_service->fetch());
-    DebugLines::take();
-}
-
-void UpdatePackageDiskTest::cleanup()
-{
-    m_service.reset();
-    m_scene.reset();
-    m_lines.reset();
-}
 
 bool UpdatePackageDiskTest::failToBring(const QString &address)
 {

@@ -2,19 +2,16 @@
 // means of Linux: programs of any name on PATH, mounts.
 
 #include "debuglines.h"
+#include "filecontent.h"
 #include "installerowner.h"
 #include "installerprogram.h"
-#include "packagescene.h"
-#include "packageservice.h"
+#include "packagefixture.h"
 #include "privatemounts.h"
 #include "storedsettings.h"
 
 #include <QCoreApplication>
 #include <QDir>
-#include <QRegularExpression>
 #include <QTest>
-
-#include <memory>
 
 namespace {
 
@@ -55,14 +52,11 @@ private:
 
 } // namespace
 
-class UpdatePackageLaunchPosixTest : public QObject
+class UpdatePackageLaunchPosixTest : public PackageFixture
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init();
-    void cleanup();
-
     void exeByItsBackslashName();
     void goesOnAfterTheProgram_data();
     void goesOnAfterTheProgram();
@@ -76,28 +70,7 @@ private:
     QString marks() const { return m_scene->folder(QStringLiteral("marks")); }
     QString file(const QString &name) const { return marks() + u'/' + name; }
     QStringList note() const { return installerprogram::note(marks()); }
-
-    std::unique_ptr<DebugLines> m_lines;
-    std::unique_ptr<PackageScene> m_scene;
-    std::unique_ptr<PackageService> m_service;
 };
-
-void UpdatePackageLaunchPosixTest::init()
-{
-    QTest::failOnWarning(QRegularExpression(QStringLiteral(".")));
-    m_lines = std::make_unique<DebugLines>();
-    m_scene = std::make_unique<PackageScene>();
-    m_service = std::make_unique<PackageService>();
-    QVERIFY(m_service->fetch());
-    DebugLines::take();
-}
-
-void UpdatePackageLaunchPosixTest::cleanup()
-{
-    m_service.reset();
-    m_scene.reset();
-    m_lines.reset();
-}
 
 // ---- An EXE ---------------------------------------------------------------------------------------------------------
 

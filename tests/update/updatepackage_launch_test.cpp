@@ -1,18 +1,14 @@
 // The start of an installer, and that it is on its own from then on.
 
-#include "debuglines.h"
+#include "filecontent.h"
 #include "installerowner.h"
 #include "installerprogram.h"
-#include "packagescene.h"
-#include "packageservice.h"
+#include "packagefixture.h"
 #include "storedsettings.h"
 #include "zipfile.h"
 
 #include <QDir>
-#include <QRegularExpression>
 #include <QTest>
-
-#include <memory>
 
 namespace {
 
@@ -27,14 +23,11 @@ constexpr int childLimitMs = 30'000;
 
 } // namespace
 
-class UpdatePackageLaunchTest : public QObject
+class UpdatePackageLaunchTest : public PackageFixture
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init();
-    void cleanup();
-
     void installerOfAnArchive();
     void installerWithBlanksAndLetters();
     void startedTwice();
@@ -59,28 +52,7 @@ private:
     {
         return zipFile({{name, installerprogram::content(marks(), isLongLived), true}});
     }
-
-    std::unique_ptr<DebugLines> m_lines;
-    std::unique_ptr<PackageScene> m_scene;
-    std::unique_ptr<PackageService> m_service;
 };
-
-void UpdatePackageLaunchTest::init()
-{
-    QTest::failOnWarning(QRegularExpression(QStringLiteral(".")));
-    m_lines = std::make_unique<DebugLines>();
-    m_scene = std::make_unique<PackageScene>();
-    m_service = std::make_unique<PackageService>();
-    QVERIFY(m_service->fetch());
-    DebugLines::take();
-}
-
-void UpdatePackageLaunchTest::cleanup()
-{
-    m_service.reset();
-    m_scene.reset();
-    m_lines.reset();
-}
 
 bool UpdatePackageLaunchTest::bring(const QString &address, const QStringList &outcome)
 {

@@ -3,9 +3,9 @@
 
 #include "debuglines.h"
 #include "environment.h"
+#include "filecontent.h"
 #include "hostrecord.h"
-#include "packagescene.h"
-#include "packageservice.h"
+#include "packagefixture.h"
 #include "zipfile.h"
 
 #include <QCryptographicHash>
@@ -75,14 +75,11 @@ QStringList firstLines(const QString &address, bool isExe, bool isDmg)
 
 } // namespace
 
-class UpdatePackageTest : public QObject
+class UpdatePackageTest : public PackageFixture
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init();
-    void cleanup();
-
     void everySuffix_data();
     void everySuffix();
     void exe();
@@ -123,28 +120,7 @@ private:
     bool waitForHost();
 
     QString newestFolder() const { return m_scene->packageFolders().value(0); }
-
-    std::unique_ptr<DebugLines> m_lines;
-    std::unique_ptr<PackageScene> m_scene;
-    std::unique_ptr<PackageService> m_service;
 };
-
-void UpdatePackageTest::init()
-{
-    QTest::failOnWarning(QRegularExpression(QStringLiteral(".")));
-    m_lines = std::make_unique<DebugLines>();
-    m_scene = std::make_unique<PackageScene>();
-    m_service = std::make_unique<PackageService>();
-    QVERIFY(m_service->fetch());
-    DebugLines::take();
-}
-
-void UpdatePackageTest::cleanup()
-{
-    m_service.reset();
-    m_scene.reset();
-    m_lines.reset();
-}
 
 bool UpdatePackageTest::bring(const QString &address)
 {

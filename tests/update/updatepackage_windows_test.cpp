@@ -3,12 +3,12 @@
 
 #include "debuglines.h"
 #include "environment.h"
+#include "filecontent.h"
 #include "hostrecord.h"
 #include "installerowner.h"
 #include "installerprogram.h"
 #include "packagefile.h"
-#include "packagescene.h"
-#include "packageservice.h"
+#include "packagefixture.h"
 #include "storedsettings.h"
 #include "unzipscript.h"
 #include "updateserver.h"
@@ -17,10 +17,7 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QProcess>
-#include <QRegularExpression>
 #include <QTest>
-
-#include <memory>
 
 namespace {
 
@@ -40,14 +37,12 @@ QString systemsHost()
 
 } // namespace
 
-class UpdatePackageWindowsTest : public QObject
+class UpdatePackageWindowsTest : public PackageFixture
 {
     Q_OBJECT
 
 private Q_SLOTS:
     void initTestCase() { QVERIFY(m_server.isRunning()); }
-    void init();
-    void cleanup();
 
     void installerFromTheServer_data();
     void installerFromTheServer();
@@ -78,27 +73,7 @@ private:
     QStringList startNote() const { return QString::fromUtf8(contentOf(file(QStringLiteral("start")))).split(u'\n'); }
 
     UpdateServer m_server;
-    std::unique_ptr<DebugLines> m_lines;
-    std::unique_ptr<PackageScene> m_scene;
-    std::unique_ptr<PackageService> m_service;
 };
-
-void UpdatePackageWindowsTest::init()
-{
-    QTest::failOnWarning(QRegularExpression(QStringLiteral(".")));
-    m_lines = std::make_unique<DebugLines>();
-    m_scene = std::make_unique<PackageScene>();
-    m_service = std::make_unique<PackageService>();
-    QVERIFY(m_service->fetch());
-    DebugLines::take();
-}
-
-void UpdatePackageWindowsTest::cleanup()
-{
-    m_service.reset();
-    m_scene.reset();
-    m_lines.reset();
-}
 
 QString UpdatePackageWindowsTest::installer(bool isLongLived, const QString &port) const
 {

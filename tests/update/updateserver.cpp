@@ -1,5 +1,6 @@
 #include "updateserver.h"
 
+#include "filecontent.h"
 #include "systemnetwork.h"
 
 #include <QDebug>
@@ -11,12 +12,6 @@
 #include <QTcpSocket>
 
 namespace {
-
-QByteArray fileContent(const QString &fileName)
-{
-    QFile file(fileName);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
 
 QHash<QString, quint16> ports(const QByteArray &line)
 {
@@ -33,7 +28,7 @@ UpdateServer::UpdateServer()
     : m_folder(QFileInfo(qEnvironmentVariable("KDMX_UPDATE_SERVER_FOLDER")).canonicalFilePath())
 {
     if (systemnetwork::trustAuthority(m_folder + QStringLiteral("/authority.pem")))
-        m_ports = ports(fileContent(m_folder + QStringLiteral("/ports.json")));
+        m_ports = ports(contentOf(m_folder + QStringLiteral("/ports.json")));
     if (isRunning())
         forgetRequests();
     else

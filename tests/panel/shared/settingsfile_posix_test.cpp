@@ -2,52 +2,25 @@
 
 #include "settingsfile.h"
 
+#include "filecontent.h"
+#include "settingsfixture.h"
 #include "storedsettings.h"
 
 #include <QFile>
 #include <QFileInfo>
 #include <QProcess>
 #include <QSettings>
-#include <QTemporaryDir>
 #include <QTest>
-
-#include <memory>
 
 #include <fcntl.h>
 #include <sys/file.h>
 #include <unistd.h>
 
-namespace {
-
-// A save that waits for a lock waits half a minute and more; the test's own time limit stands well below that.
-void save(const QString &fileName, const QString &name, const QString &value)
-{
-    settingsfile::prepare(fileName);
-    QSettings settings(fileName, QSettings::IniFormat);
-    settingsfile::saveValue(settings, name, value);
-    settings.sync();
-    QVERIFY(settings.status() != QSettings::AccessError);
-}
-
-QByteArray contentOf(const QString &fileName)
-{
-    QFile file(fileName);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-} // namespace
-
-class SettingsFilePosixTest : public QObject
+class SettingsFilePosixTest : public SettingsFixture
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init()
-    {
-        m_folder = std::make_unique<QTemporaryDir>();
-        m_file = m_folder->filePath(QStringLiteral("settings.ini"));
-    }
-
     void lockThatNobodyCouldTakeDelaysNothing_data()
     {
         QTest::addColumn<QString>("command");
@@ -110,10 +83,6 @@ private Q_SLOTS:
         QVERIFY(!QFileInfo::exists(m_file));
         QVERIFY(QFileInfo::exists(m_file + QStringLiteral(".bad")));
     }
-
-private:
-    std::unique_ptr<QTemporaryDir> m_folder;
-    QString m_file;
 };
 
 QTEST_GUILESS_MAIN(SettingsFilePosixTest)

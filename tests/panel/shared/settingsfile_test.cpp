@@ -1,46 +1,20 @@
 #include "settingsfile.h"
 
+#include "filecontent.h"
+#include "settingsfixture.h"
 #include "storedsettings.h"
 
 #include <QFile>
 #include <QFileInfo>
 #include <QLockFile>
-#include <QSettings>
-#include <QTemporaryDir>
 #include <QTest>
 #include <QThread>
 
-namespace {
-
-// A save that waits for a lock waits half a minute and more; the test's own time limit stands well below that.
-void save(const QString &fileName, const QString &name, const QString &value)
-{
-    settingsfile::prepare(fileName);
-    QSettings settings(fileName, QSettings::IniFormat);
-    settingsfile::saveValue(settings, name, value);
-    settings.sync();
-    QVERIFY(settings.status() != QSettings::AccessError);
-}
-
-QByteArray contentOf(const QString &fileName)
-{
-    QFile file(fileName);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-} // namespace
-
-class SettingsFileTest : public QObject
+class SettingsFileTest : public SettingsFixture
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init()
-    {
-        m_folder = std::make_unique<QTemporaryDir>();
-        m_file = m_folder->filePath(QStringLiteral("settings.ini"));
-    }
-
     void deadLockDelaysNothing_data()
     {
         QTest::addColumn<QByteArray>("content");
@@ -125,10 +99,6 @@ private Q_SLOTS:
         save(file, QStringLiteral("name"), QStringLiteral("value"));
         QVERIFY(contentOf(file).contains("name=value"));
     }
-
-private:
-    std::unique_ptr<QTemporaryDir> m_folder;
-    QString m_file;
 };
 
 QTEST_GUILESS_MAIN(SettingsFileTest)

@@ -7,7 +7,7 @@
 #include <QTest>
 
 /// What --check finds, and who it says is offered what.
-class TestCheck : public QObject
+class CheckTest : public QObject
 {
     Q_OBJECT
 
@@ -70,7 +70,7 @@ QStringList linesOf(const Outcome &outcome, const QString &kind)
 
 } // namespace
 
-void TestCheck::goodDocumentHasNoFindings()
+void CheckTest::goodDocumentHasNoFindings()
 {
     const Outcome outcome = check(changed({}), {QStringLiteral("--strict")});
     QCOMPARE(outcome.code, 0);
@@ -78,7 +78,7 @@ void TestCheck::goodDocumentHasNoFindings()
     QCOMPARE(outcome.err, QString());
 }
 
-void TestCheck::faultIsNamedByItsPlace_data()
+void CheckTest::faultIsNamedByItsPlace_data()
 {
     QTest::addColumn<QByteArray>("content");
     QTest::addColumn<QString>("line");
@@ -113,7 +113,7 @@ void TestCheck::faultIsNamedByItsPlace_data()
         "error: \"/Corvo9_version1/messages/a~1b~0c\": Here stands false where a text belongs.");
 }
 
-void TestCheck::faultIsNamedByItsPlace()
+void CheckTest::faultIsNamedByItsPlace()
 {
     QFETCH(const QByteArray, content);
     QFETCH(const QString, line);
@@ -124,7 +124,7 @@ void TestCheck::faultIsNamedByItsPlace()
     QVERIFY2(outcome.out.contains(QStringLiteral(": INVALID")), qPrintable(outcome.out));
 }
 
-void TestCheck::mistakeIsWarnedOf_data()
+void CheckTest::mistakeIsWarnedOf_data()
 {
     QTest::addColumn<QStringList>("changes");
     QTest::addColumn<QString>("line");
@@ -175,7 +175,7 @@ void TestCheck::mistakeIsWarnedOf_data()
         "/messages/Japanese\": The news has more than 65536 letters: it is cut there, and comes back at every start.");
 }
 
-void TestCheck::mistakeIsWarnedOf()
+void CheckTest::mistakeIsWarnedOf()
 {
     QFETCH(const QStringList, changes);
     QFETCH(const QString, line);
@@ -186,13 +186,13 @@ void TestCheck::mistakeIsWarnedOf()
     QVERIFY2(warnings.size() == 1 && warnings.first().startsWith(expected), qPrintable(outcome.out));
 }
 
-void TestCheck::newsMayHaveTheMostLetters()
+void CheckTest::newsMayHaveTheMostLetters()
 {
     const Outcome outcome = check(changed({newsOfLetters(65'536)}), {QStringLiteral("--strict")});
     QVERIFY2(outcome.code == 0, qPrintable(outcome.out));
 }
 
-void TestCheck::strictTakesWarningsForErrors()
+void CheckTest::strictTakesWarningsForErrors()
 {
     const QByteArray content = changed({QStringLiteral("colour=1")});
     QCOMPARE(check(content).code, 0);
@@ -201,7 +201,7 @@ void TestCheck::strictTakesWarningsForErrors()
     QVERIFY2(outcome.out.contains(QStringLiteral(": INVALID, 0 errors and 1 warning\n")), qPrintable(outcome.out));
 }
 
-void TestCheck::everyFaultIsNamed()
+void CheckTest::everyFaultIsNamed()
 {
     const Outcome outcome =
         check(changed({QStringLiteral("firmware_version_major=\"1\""), QStringLiteral("windows_software_url_en=7"),
@@ -210,7 +210,7 @@ void TestCheck::everyFaultIsNamed()
     QCOMPARE(linesOf(outcome, QStringLiteral("error")).size(), 4);
 }
 
-void TestCheck::offersAreTold_data()
+void CheckTest::offersAreTold_data()
 {
     QTest::addColumn<QStringList>("changes");
     QTest::addColumn<QString>("firmware");
@@ -258,7 +258,7 @@ void TestCheck::offersAreTold_data()
                              << QStringList{text("  Japanese          nothing"), text("  any other         nothing")};
 }
 
-void TestCheck::offersAreTold()
+void CheckTest::offersAreTold()
 {
     QFETCH(const QStringList, changes);
     QFETCH(const QString, firmware);
@@ -272,10 +272,10 @@ void TestCheck::offersAreTold()
                  qPrintable(line + QStringLiteral("\nis not in\n") + outcome.out));
 }
 
-void TestCheck::fileMayBeginWithAByteOrderMark()
+void CheckTest::fileMayBeginWithAByteOrderMark()
 {
     QCOMPARE(check("\xef\xbb\xbf" + changed({})).code, 0);
 }
 
-QTEST_GUILESS_MAIN(TestCheck)
+QTEST_GUILESS_MAIN(CheckTest)
 #include "check_test.moc"

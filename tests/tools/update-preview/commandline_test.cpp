@@ -4,7 +4,7 @@
 #include <QTest>
 
 /// What the program makes of its command line, and what it ends with.
-class TestCommandLine : public QObject
+class CommandLineTest : public QObject
 {
     Q_OBJECT
 
@@ -17,7 +17,7 @@ private Q_SLOTS:
     static void unreadableFileEndsWithTwo();
 };
 
-void TestCommandLine::helpAndVersionAreResults_data()
+void CommandLineTest::helpAndVersionAreResults_data()
 {
     QTest::addColumn<QString>("option");
     QTest::addColumn<QString>("beginning");
@@ -26,7 +26,7 @@ void TestCommandLine::helpAndVersionAreResults_data()
     QTest::newRow("version") << QStringLiteral("--version") << QStringLiteral("update-preview 1.");
 }
 
-void TestCommandLine::helpAndVersionAreResults()
+void CommandLineTest::helpAndVersionAreResults()
 {
     QFETCH(const QString, option);
     QFETCH(const QString, beginning);
@@ -36,7 +36,7 @@ void TestCommandLine::helpAndVersionAreResults()
     QCOMPARE(outcome.err, QString());
 }
 
-void TestCommandLine::wrongLineEndsWithTwo_data()
+void CommandLineTest::wrongLineEndsWithTwo_data()
 {
     QTest::addColumn<QString>("line");
     QTest::addColumn<QString>("complaint");
@@ -66,7 +66,7 @@ void TestCommandLine::wrongLineEndsWithTwo_data()
     add("--check f --feed f", "--feed does not go with --check");
 }
 
-void TestCommandLine::wrongLineEndsWithTwo()
+void CommandLineTest::wrongLineEndsWithTwo()
 {
     QFETCH(const QString, line);
     QFETCH(const QString, complaint);
@@ -77,7 +77,7 @@ void TestCommandLine::wrongLineEndsWithTwo()
     QCOMPARE(outcome.out, QString());
 }
 
-void TestCommandLine::unreadableFileEndsWithTwo_data()
+void CommandLineTest::unreadableFileEndsWithTwo_data()
 {
     QTest::addColumn<QStringList>("arguments");
     const feedtext::Files files;
@@ -88,7 +88,7 @@ void TestCommandLine::unreadableFileEndsWithTwo_data()
     QTest::newRow("folder") << QStringList{QStringLiteral("--check"), QStringLiteral("/")};
 }
 
-void TestCommandLine::unreadableFileEndsWithTwo()
+void CommandLineTest::unreadableFileEndsWithTwo()
 {
     QFETCH(const QStringList, arguments);
     const Outcome outcome = runPreview(arguments);
@@ -96,5 +96,5 @@ void TestCommandLine::unreadableFileEndsWithTwo()
     QVERIFY2(outcome.err.contains(QStringLiteral("cannot be read")), qPrintable(outcome.err));
 }
 
-QTEST_GUILESS_MAIN(TestCommandLine)
+QTEST_GUILESS_MAIN(CommandLineTest)
 #include "commandline_test.moc"

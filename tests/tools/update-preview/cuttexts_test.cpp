@@ -32,7 +32,7 @@ using Make = QWidget *(*)(QWidget *window);
 Q_DECLARE_METATYPE(Make)
 
 /// Every kind of text, with enough room and with too little.
-class TestCutTexts : public QObject
+class CutTextsTest : public QObject
 {
     Q_OBJECT
 
@@ -80,5 +80,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_MAIN(TestCutTexts)
+QTEST_MAIN(CutTextsTest)
 #include "cuttexts_test.moc"

@@ -4,7 +4,7 @@
 #include <QTest>
 
 /// Where there is no display. On Windows there always is one.
-class TestDisplay : public QObject
+class DisplayPosixTest : public QObject
 {
     Q_OBJECT
 
@@ -19,5 +19,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(TestDisplay)
+QTEST_GUILESS_MAIN(DisplayPosixTest)
 #include "display_posix_test.moc"

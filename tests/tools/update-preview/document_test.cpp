@@ -11,7 +11,7 @@
 using updatefeed::Product;
 
 /// The page, the example, the schema and the code say the same.
-class TestDocument : public QObject
+class DocumentTest : public QObject
 {
     Q_OBJECT
 
@@ -82,12 +82,12 @@ QList<QStringList> table(const QString &firstRow)
 
 } // namespace
 
-void TestDocument::exampleOfThePageIsTheFile()
+void DocumentTest::exampleOfThePageIsTheFile()
 {
     QCOMPARE(exampleOfThePage(), sourceFile(QStringLiteral("packaging/update-feed.example.json")));
 }
 
-void TestDocument::exampleOfThePageIsFlawless()
+void DocumentTest::exampleOfThePageIsFlawless()
 {
     const feedtext::Files files;
     const Outcome outcome =
@@ -95,7 +95,7 @@ void TestDocument::exampleOfThePageIsFlawless()
     QVERIFY2(outcome.code == 0, qPrintable(outcome.out + outcome.err));
 }
 
-void TestDocument::schemaNamesWhatThePanelReads()
+void DocumentTest::schemaNamesWhatThePanelReads()
 {
     const QJsonObject example = feedtext::goodEntry();
     const QJsonObject keys = entrySchema();
@@ -108,7 +108,7 @@ void TestDocument::schemaNamesWhatThePanelReads()
     }
 }
 
-void TestDocument::schemaNamesTheLanguagesOfTheTexts()
+void DocumentTest::schemaNamesTheLanguagesOfTheTexts()
 {
     const QStringList named = entrySchema()[u"messages"].toObject()[u"properties"].toObject().keys();
     QStringList expected{QStringLiteral("English")};
@@ -121,7 +121,7 @@ void TestDocument::schemaNamesTheLanguagesOfTheTexts()
     QCOMPARE(named, expected);
 }
 
-void TestDocument::pageNamesEveryKey()
+void DocumentTest::pageNamesEveryKey()
 {
     QStringList named;
     for (const QStringList &row : table(QStringLiteral("| Key of the entry | Type | Meaning |")))
@@ -130,7 +130,7 @@ void TestDocument::pageNamesEveryKey()
     QCOMPARE(named, entrySchema().keys());
 }
 
-void TestDocument::pageComparesAsThePanelDoes()
+void DocumentTest::pageComparesAsThePanelDoes()
 {
     const QList<QStringList> rows = table(QStringLiteral("| Published | Shown as | Compares as | |"));
     QVERIFY(rows.size() >= 5);
@@ -152,7 +152,7 @@ void TestDocument::pageComparesAsThePanelDoes()
     }
 }
 
-void TestDocument::pageNamesEveryLanguage()
+void DocumentTest::pageNamesEveryLanguage()
 {
     const QList<QStringList> rows = table(QStringLiteral("| User's language | Texts | Package | News |"));
     QCOMPARE(rows.size(), updateTextRowCount + 1);
@@ -169,5 +169,5 @@ void TestDocument::pageNamesEveryLanguage()
     }
 }
 
-QTEST_GUILESS_MAIN(TestDocument)
+QTEST_GUILESS_MAIN(DocumentTest)
 #include "document_test.moc"

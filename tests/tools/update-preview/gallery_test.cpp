@@ -11,7 +11,7 @@
 #include <QXmlStreamReader>
 
 /// The files that --gallery writes.
-class TestGallery : public QObject
+class GalleryTest : public QObject
 {
     Q_OBJECT
 
@@ -62,12 +62,12 @@ QStringList attributes(const QString &html, const QString &name)
 
 } // namespace
 
-QString TestGallery::index() const
+QString GalleryTest::index() const
 {
     return read(file(QStringLiteral("index.html")));
 }
 
-void TestGallery::initTestCase()
+void GalleryTest::initTestCase()
 {
     const Outcome outcome = runPreview({QStringLiteral("--gallery"), file(QString())});
     QVERIFY2(outcome.code == 0, qPrintable(outcome.err));
@@ -77,7 +77,7 @@ void TestGallery::initTestCase()
     QCOMPARE(QDir(file(QString())).entryList(QDir::Files).size(), 43);
 }
 
-void TestGallery::everyWindowIsThereInEveryLanguage_data()
+void GalleryTest::everyWindowIsThereInEveryLanguage_data()
 {
     QTest::addColumn<QString>("kind");
     QTest::addColumn<QSize>("size");
@@ -89,7 +89,7 @@ void TestGallery::everyWindowIsThereInEveryLanguage_data()
     QTest::newRow("error") << QStringLiteral("error") << QSize();
 }
 
-void TestGallery::everyWindowIsThereInEveryLanguage()
+void GalleryTest::everyWindowIsThereInEveryLanguage()
 {
     QFETCH(const QString, kind);
     QFETCH(const QSize, size);
@@ -103,7 +103,7 @@ void TestGallery::everyWindowIsThereInEveryLanguage()
     }
 }
 
-void TestGallery::languagesDiffer()
+void GalleryTest::languagesDiffer()
 {
     for (const char *const kind : {"program-offer", "firmware-offer", "news", "progress", "completion", "error"}) {
         QSet<QByteArray> contents;
@@ -117,7 +117,7 @@ void TestGallery::languagesDiffer()
 }
 
 /// But for the first line and the elements without an end, the page is written as XML is.
-void TestGallery::indexIsWellFormed()
+void GalleryTest::indexIsWellFormed()
 {
     QString html = index();
     QVERIFY(html.startsWith(QStringLiteral("<!DOCTYPE html>\n<html lang=\"en\">")));
@@ -130,7 +130,7 @@ void TestGallery::indexIsWellFormed()
     QVERIFY(!html.contains(QStringLiteral("<script")));
 }
 
-void TestGallery::indexLeadsSomewhere()
+void GalleryTest::indexLeadsSomewhere()
 {
     const QString html = index();
     const QStringList idList = attributes(html, QStringLiteral("id"));
@@ -143,7 +143,7 @@ void TestGallery::indexLeadsSomewhere()
                  qPrintable(target));
 }
 
-void TestGallery::indexSpeaksOfEveryPicture()
+void GalleryTest::indexSpeaksOfEveryPicture()
 {
     const QString html = index();
     QCOMPARE(attributes(html, QStringLiteral("src")).size(), 2 * 42);
@@ -162,7 +162,7 @@ void TestGallery::indexSpeaksOfEveryPicture()
     QVERIFY(html.contains(QStringLiteral("<p class=\"title\" lang=\"de\">VELMAR – Neueste Informationen</p>")));
 }
 
-void TestGallery::ownNewsAreShown()
+void GalleryTest::ownNewsAreShown()
 {
     QJsonObject entry = feedtext::goodEntry();
     entry[QStringLiteral("messages")] = QJsonObject{{QStringLiteral("English"), QStringLiteral("<b>All & new</b>")},
@@ -183,7 +183,7 @@ void TestGallery::ownNewsAreShown()
     QVERIFY(html.contains(QStringLiteral("Latest Version: 7.05")));
 }
 
-void TestGallery::newsThatDoNotFitAreNamed()
+void GalleryTest::newsThatDoNotFitAreNamed()
 {
     QJsonObject entry = feedtext::goodEntry();
     QJsonObject messages = entry[QStringLiteral("messages")].toObject();
@@ -199,7 +199,7 @@ void TestGallery::newsThatDoNotFitAreNamed()
     QVERIFY(html.contains(QStringLiteral("Does not fit: <q lang=\"fr\">un\ndeux")));
 }
 
-void TestGallery::scaleMakesLargerPictures()
+void GalleryTest::scaleMakesLargerPictures()
 {
     const feedtext::Files files;
     const QString folder = files.path(QStringLiteral("gallery"));
@@ -212,7 +212,7 @@ void TestGallery::scaleMakesLargerPictures()
                 .contains(QStringLiteral("<img src=\"ja-news.png\" width=\"570\" height=\"160\"")));
 }
 
-void TestGallery::nothingIsContacted()
+void GalleryTest::nothingIsContacted()
 {
     // Whatever is asked for in the network comes here, for it is the user's proxy and the address in the settings.
     QTcpServer server;
@@ -234,7 +234,7 @@ void TestGallery::nothingIsContacted()
     QVERIFY(!server.hasPendingConnections());
 }
 
-void TestGallery::folderThatCannotBeWrittenIsAFailure()
+void GalleryTest::folderThatCannotBeWrittenIsAFailure()
 {
     const feedtext::Files files;
     const QString file = files.write("in the way", QStringLiteral("gallery"));
@@ -252,5 +252,5 @@ void TestGallery::folderThatCannotBeWrittenIsAFailure()
     QCOMPARE(runPreview({QStringLiteral("--gallery"), third}).code, 1);
 }
 
-QTEST_GUILESS_MAIN(TestGallery)
+QTEST_GUILESS_MAIN(GalleryTest)
 #include "gallery_test.moc"

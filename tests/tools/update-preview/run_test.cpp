@@ -10,7 +10,7 @@
 #include <QTimer>
 
 /// The service with its real windows on a real display.
-class TestRun : public QObject
+class RunTest : public QObject
 {
     Q_OBJECT
 
@@ -143,7 +143,7 @@ QByteArray answerTo(const QUrl &server, const QByteArray &request)
 
 } // namespace
 
-void TestRun::windowsSpeakTheLanguage_data()
+void RunTest::windowsSpeakTheLanguage_data()
 {
     QTest::addColumn<QString>("language");
     QTest::addColumn<QString>("news");
@@ -157,7 +157,7 @@ void TestRun::windowsSpeakTheLanguage_data()
     QTest::newRow("without texts") << QStringLiteral("nl") << newsTitle << offerTitle;
 }
 
-void TestRun::windowsSpeakTheLanguage()
+void RunTest::windowsSpeakTheLanguage()
 {
     QFETCH(const QString, language);
     QFETCH(const QString, news);
@@ -177,7 +177,7 @@ void TestRun::windowsSpeakTheLanguage()
     QVERIFY(isEmpty(process.temporaryFolder()));
 }
 
-void TestRun::firmwareIsAskedAboutBehindTheProgram()
+void RunTest::firmwareIsAskedAboutBehindTheProgram()
 {
     const feedtext::Files files;
     PreviewProcess process;
@@ -193,7 +193,7 @@ void TestRun::firmwareIsAskedAboutBehindTheProgram()
     QCOMPARE(process.pressToTheEnd(decline, offerTitle).code, 0);
 }
 
-void TestRun::unitWithoutOfferEndsTheRun_data()
+void RunTest::unitWithoutOfferEndsTheRun_data()
 {
     QTest::addColumn<QStringList>("unit");
     QTest::addColumn<QString>("line");
@@ -204,7 +204,7 @@ void TestRun::unitWithoutOfferEndsTheRun_data()
                                 << QStringLiteral("UpdateSoftware: checkFirm NowFirmwareVersion not match: beta\n");
 }
 
-void TestRun::unitWithoutOfferEndsTheRun()
+void RunTest::unitWithoutOfferEndsTheRun()
 {
     QFETCH(const QStringList, unit);
     QFETCH(const QString, line);
@@ -217,7 +217,7 @@ void TestRun::unitWithoutOfferEndsTheRun()
     QVERIFY(outcome.err.contains(QStringLiteral("update-preview: There is nothing to show to this user.\n")));
 }
 
-void TestRun::endsWhereThereIsNothingToShow_data()
+void RunTest::endsWhereThereIsNothingToShow_data()
 {
     QTest::addColumn<QByteArray>("content");
     QTest::newRow("no entry") << QByteArray("{}");
@@ -226,7 +226,7 @@ void TestRun::endsWhereThereIsNothingToShow_data()
     QTest::newRow("nothing newer") << feedtext::withEntry(firmwareEntry());
 }
 
-void TestRun::endsWhereThereIsNothingToShow()
+void RunTest::endsWhereThereIsNothingToShow()
 {
     QFETCH(const QByteArray, content);
     const feedtext::Files files;
@@ -240,7 +240,7 @@ void TestRun::endsWhereThereIsNothingToShow()
     QCOMPARE(outcome.out, QString());
 }
 
-void TestRun::addressIsFetched()
+void RunTest::addressIsFetched()
 {
     const PackageServer server(success(feedtext::withEntry(quietEntry())));
     PreviewProcess process;
@@ -257,7 +257,7 @@ void TestRun::addressIsFetched()
     QVERIFY2(outcome.err.contains(QStringLiteral("UpdateInformation: jason dwonload error")), qPrintable(outcome.err));
 }
 
-void TestRun::usersSettingsAreNeitherReadNorWritten()
+void RunTest::usersSettingsAreNeitherReadNorWritten()
 {
     const feedtext::Files files;
     PreviewProcess process;
@@ -285,7 +285,7 @@ void TestRun::usersSettingsAreNeitherReadNorWritten()
     QVERIFY(isEmpty(process.temporaryFolder()));
 }
 
-void TestRun::signalEndsTheRunCleanly()
+void RunTest::signalEndsTheRunCleanly()
 {
     const feedtext::Files files;
     PreviewProcess process;
@@ -297,7 +297,7 @@ void TestRun::signalEndsTheRunCleanly()
     QVERIFY(isEmpty(process.temporaryFolder()));
 }
 
-void TestRun::errorBoxEndsTheRun()
+void RunTest::errorBoxEndsTheRun()
 {
     const PackageServer server("HTTP/1.1 404 Not Found\r\nContent-Length: 0\r\n\r\n");
     const feedtext::Files files;
@@ -313,7 +313,7 @@ void TestRun::errorBoxEndsTheRun()
     QVERIFY(isEmpty(process.temporaryFolder()));
 }
 
-void TestRun::cancelledDownloadEndsTheRun()
+void RunTest::cancelledDownloadEndsTheRun()
 {
     const PackageServer server("HTTP/1.1 200 OK\r\nContent-Length: 1000000\r\n\r\n", true);
     const feedtext::Files files;
@@ -331,7 +331,7 @@ void TestRun::cancelledDownloadEndsTheRun()
     QVERIFY(isEmpty(process.temporaryFolder()));
 }
 
-void TestRun::installerIsStartedAndItsFilesStay()
+void RunTest::installerIsStartedAndItsFilesStay()
 {
     // A script host that unpacks an installer which leaves a mark.
     const feedtext::Files files;
@@ -364,7 +364,7 @@ void TestRun::installerIsStartedAndItsFilesStay()
     QVERIFY(!QDir(folder + QStringLiteral("/../settings")).exists());
 }
 
-void TestRun::galleryCanBeDrawnOnTheDisplay()
+void RunTest::galleryCanBeDrawnOnTheDisplay()
 {
     const feedtext::Files files;
     PreviewProcess process;
@@ -375,7 +375,7 @@ void TestRun::galleryCanBeDrawnOnTheDisplay()
     QVERIFY2(outcome.out.startsWith(QStringLiteral("42 pictures: ")), qPrintable(outcome.out));
 }
 
-void TestRun::serverAnswersByTheRules_data()
+void RunTest::serverAnswersByTheRules_data()
 {
     QTest::addColumn<QByteArray>("request");
     QTest::addColumn<QByteArray>("status");
@@ -390,7 +390,7 @@ void TestRun::serverAnswersByTheRules_data()
                                   << QByteArray("431 Request Header Fields Too Large") << false;
 }
 
-void TestRun::serverAnswersByTheRules()
+void RunTest::serverAnswersByTheRules()
 {
     QFETCH(QByteArray, request);
     QFETCH(const QByteArray, status);
@@ -414,5 +414,5 @@ void TestRun::serverAnswersByTheRules()
     QVERIFY(hasBody || !body.contains("Corvo9"));
 }
 
-QTEST_GUILESS_MAIN(TestRun)
+QTEST_GUILESS_MAIN(RunTest)
 #include "run_test.moc"

@@ -1,8 +1,8 @@
 #include "feedtext.h"
+#include "filecontent.h"
 #include "previewprocess.h"
 
 #include <QDir>
-#include <QFile>
 #include <QRegularExpression>
 #include <QTcpServer>
 #include <QTcpSocket>
@@ -12,12 +12,6 @@ namespace {
 
 const QString offerTitle = QStringLiteral("VELMAR Update Information");
 const QString accept = QStringLiteral("space");
-
-QByteArray contentOf(const QString &fileName)
-{
-    QFile file(fileName);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
 
 /// Gives a package to every client that asks.
 class Server
@@ -53,7 +47,7 @@ QString feedWithPackage(const feedtext::Files &files, const QString &address)
 } // namespace
 
 /// The service with its real windows on Windows, for a user whose folders are outside the code page.
-class TestRunWindows : public QObject
+class RunWindowsTest : public QObject
 {
     Q_OBJECT
 
@@ -103,5 +97,5 @@ private:
     }
 };
 
-QTEST_GUILESS_MAIN(TestRunWindows)
+QTEST_GUILESS_MAIN(RunWindowsTest)
 #include "run_windows_test.moc"

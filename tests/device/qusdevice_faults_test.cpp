@@ -2,6 +2,7 @@
 // garbled blocks, failures of every kind, the plug pulled out. What is asked meanwhile is chosen by chance, from a
 // seed.
 
+#include "chance.h"
 #include "qusdevice.h"
 #include "qusdeviceunit.h"
 #include "usmsg.h"
@@ -22,7 +23,6 @@
 #include <functional>
 #include <memory>
 #include <optional>
-#include <random>
 #include <utility>
 
 namespace {
@@ -42,22 +42,6 @@ constexpr uint32_t settingCount = 6;
 
 // A hung test ends itself. No outcome depends on it.
 constexpr std::chrono::seconds patience(100);
-
-/// Numbers by chance, the same for the same seed.
-class Chance
-{
-public:
-    explicit Chance(uint32_t seed)
-        : m_engine(seed)
-    {
-    }
-
-    /// 0 to below `limit`.
-    uint32_t below(uint32_t limit) { return static_cast<uint32_t>(m_engine() % limit); }
-
-private:
-    std::mt19937 m_engine;
-};
 
 /// What the unit is to hold in the end.
 struct Wanted
@@ -107,16 +91,16 @@ public:
         : m_chance(seed)
     {
         virtualunit_init(&m_unit);
-        m_busyReads = m_chance.below(4);
+        m_busyReads = m_chance.below(4U);
         addFaults();
         usplatform_use(virtualplatform::with(&m_unit, virtualplatform::Pauses::Counted));
         uswatch_add(&m_watch);
         m_device = std::make_unique<SpiedDevice>();
-        m_wanted = {static_cast<uint8_t>(m_chance.below(2)),
-                    m_chance.below(2) == 0 ? USMSG_DATA_CH_TYPE_MONO : USMSG_DATA_CH_TYPE_STEREO,
-                    1000 + m_chance.below(1000),
-                    {static_cast<uint8_t>(m_chance.below(2)), static_cast<uint8_t>(m_chance.below(2))},
-                    static_cast<uint8_t>(volumesBefore + m_chance.below(100))};
+        m_wanted = {static_cast<uint8_t>(m_chance.below(2U)),
+                    m_chance.below(2U) == 0 ? USMSG_DATA_CH_TYPE_MONO : USMSG_DATA_CH_TYPE_STEREO,
+                    1000 + m_chance.below(1000U),
+                    {static_cast<uint8_t>(m_chance.below(2U)), static_cast<uint8_t>(m_chance.below(2U))},
+                    static_cast<uint8_t>(volumesBefore + m_chance.below(100U))};
     }
 
     ~Soak() override
@@ -299,8 +283,8 @@ private:
     {
         // A query comes in any case: a setting that is equal to the one before sends nothing.
         query(m_chance.below(queryCount));
-        for (uint32_t further = m_chance.below(4); further > 0; --further) {
-            if (m_chance.below(2) == 0)
+        for (uint32_t further = m_chance.below(4U); further > 0; --further) {
+            if (m_chance.below(2U) == 0)
                 query(m_chance.below(queryCount));
             else
                 setAtRandom(m_chance.below(settingCount));
@@ -427,7 +411,7 @@ private:
 
 } // namespace
 
-class SoakTest : public QObject
+class QUSDeviceFaultsTest : public QObject
 {
     Q_OBJECT
 
@@ -458,5 +442,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(SoakTest)
-#include "soak_test.moc"
+QTEST_GUILESS_MAIN(QUSDeviceFaultsTest)
+#include "qusdevice_faults_test.moc"

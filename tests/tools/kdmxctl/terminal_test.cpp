@@ -20,7 +20,7 @@ const char *const warning = "Press Ctrl-C again to stop.";
 
 } // namespace
 
-class KdmxctlTerminalTest : public QObject
+class TerminalTest : public QObject
 {
     Q_OBJECT
 
@@ -49,7 +49,7 @@ private:
     QTemporaryDir m_folder;
 };
 
-void KdmxctlTerminalTest::initTestCase()
+void TerminalTest::initTestCase()
 {
     QVERIFY(m_folder.isValid());
     QFile file(image());
@@ -57,7 +57,7 @@ void KdmxctlTerminalTest::initTestCase()
     file.write(QByteArray(3050, 'x'));
 }
 
-void KdmxctlTerminalTest::linkLinesDoNotFloodATerminal()
+void TerminalTest::linkLinesDoNotFloodATerminal()
 {
     TerminalProcess quiet(words("--virtual=stall rate"), usual_columns);
     QCOMPARE(quiet.finish(), int{Done});
@@ -68,7 +68,7 @@ void KdmxctlTerminalTest::linkLinesDoNotFloodATerminal()
     QVERIFY(asked.shown().contains("GetLastError() = 0x1f\r\n"));
 }
 
-void KdmxctlTerminalTest::theQuestionIsAnswered_data()
+void TerminalTest::theQuestionIsAnswered_data()
 {
     QTest::addColumn<QByteArray>("keys");
     QTest::addColumn<int>("code");
@@ -80,7 +80,7 @@ void KdmxctlTerminalTest::theQuestionIsAnswered_data()
     QTest::newRow("end of input") << QByteArray("\x04") << int{Failed};
 }
 
-void KdmxctlTerminalTest::theQuestionIsAnswered()
+void TerminalTest::theQuestionIsAnswered()
 {
     QFETCH(QByteArray, keys);
     QFETCH(int, code);
@@ -94,7 +94,7 @@ void KdmxctlTerminalTest::theQuestionIsAnswered()
     QCOMPARE(process.shown().contains(" of 3050 bytes"), code == Done);
 }
 
-void KdmxctlTerminalTest::controlCAtTheQuestionSendsNothing()
+void TerminalTest::controlCAtTheQuestionSendsNothing()
 {
     TerminalProcess process(transfer("--virtual"), usual_columns);
     QVERIFY(process.await_text(question));
@@ -104,7 +104,7 @@ void KdmxctlTerminalTest::controlCAtTheQuestionSendsNothing()
     QVERIFY(process.shown().endsWith("\r\n\rkdmxctl: Interrupted. Nothing was sent.\r\n"));
 }
 
-void KdmxctlTerminalTest::waitingForTheAnswerDoesNotCountAsTime()
+void TerminalTest::waitingForTheAnswerDoesNotCountAsTime()
 {
     TerminalProcess process(transfer("--virtual --timeout 5"), usual_columns);
     QVERIFY(process.await_text(question));
@@ -114,14 +114,14 @@ void KdmxctlTerminalTest::waitingForTheAnswerDoesNotCountAsTime()
     QCOMPARE(process.finish(), int{Done});
 }
 
-void KdmxctlTerminalTest::theBarGrowsOnOneLine_data()
+void TerminalTest::theBarGrowsOnOneLine_data()
 {
     QTest::addColumn<int>("columns");
     for (const int columns : {200, 80, 40, 30, 20})
         QTest::addRow("%d columns", int{columns}) << columns;
 }
 
-void KdmxctlTerminalTest::theBarGrowsOnOneLine()
+void TerminalTest::theBarGrowsOnOneLine()
 {
     QFETCH(int, columns);
     TerminalProcess process(transfer("--virtual=allowance=61,busy=1 --yes --json"),
@@ -142,7 +142,7 @@ void KdmxctlTerminalTest::theBarGrowsOnOneLine()
     QVERIFY(!pictures.last().contains('-'));
 }
 
-void KdmxctlTerminalTest::linesOnTheTerminalReplaceTheBar()
+void TerminalTest::linesOnTheTerminalReplaceTheBar()
 {
     for (const char *const option : {"--log -", "--trace"}) {
         TerminalProcess process(transfer((QByteArray("--virtual --yes ") + option).constData()), usual_columns);
@@ -152,7 +152,7 @@ void KdmxctlTerminalTest::linesOnTheTerminalReplaceTheBar()
     }
 }
 
-void KdmxctlTerminalTest::controlCWarnsThenStops()
+void TerminalTest::controlCWarnsThenStops()
 {
     TerminalProcess process(transfer("--virtual=busy=1,allowance=61,busy*ever@80 --yes"), usual_columns);
     QVERIFY(process.await_text(" of 3050 bytes"));
@@ -167,7 +167,7 @@ void KdmxctlTerminalTest::controlCWarnsThenStops()
     QVERIFY2(process.shown().contains("\n\rkdmxctl: Interrupted. Sent: "), process.shown().constData());
 }
 
-void KdmxctlTerminalTest::theTerminalIsLeftAsItWas()
+void TerminalTest::theTerminalIsLeftAsItWas()
 {
     TerminalProcess process(transfer("--virtual"), usual_columns);
     const termios before = process.settings();
@@ -183,5 +183,5 @@ void KdmxctlTerminalTest::theTerminalIsLeftAsItWas()
     QVERIFY(!process.shown().contains('\x1b'));
 }
 
-QTEST_GUILESS_MAIN(KdmxctlTerminalTest)
-#include "kdmxctlterminal_test.moc"
+QTEST_GUILESS_MAIN(TerminalTest)
+#include "terminal_test.moc"

@@ -74,7 +74,7 @@ private:
 
 } // namespace
 
-class StartStorm : public QObject
+class StormTest : public QObject
 {
     Q_OBJECT
 
@@ -192,5 +192,5 @@ private:
     qsizetype m_mostWindows = 0;
 };
 
-QTEST_GUILESS_MAIN(StartStorm)
-#include "startstorm.moc"
+QTEST_GUILESS_MAIN(StormTest)
+#include "storm_test.moc"

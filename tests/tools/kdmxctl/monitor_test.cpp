@@ -39,7 +39,7 @@ QByteArray contents(const QString &path)
 
 } // namespace
 
-class KdmxctlMonitorTest : public QObject
+class MonitorTest : public QObject
 {
     Q_OBJECT
 
@@ -76,13 +76,13 @@ private:
     QTemporaryDir m_folder;
 };
 
-void KdmxctlMonitorTest::initTestCase()
+void MonitorTest::initTestCase()
 {
     QVERIFY(m_folder.isValid());
     qputenv("TERM", "xterm");
 }
 
-void KdmxctlMonitorTest::showsTheUnit()
+void MonitorTest::showsTheUnit()
 {
     TerminalProcess process(words("--virtual=hz=96000,debug=hello monitor"), usual_columns);
     for (const char *const text : {"KD-MX2", connected, "Firmware         291 (0x0123), build 1110 (0x0456)",
@@ -94,7 +94,7 @@ void KdmxctlMonitorTest::showsTheUnit()
     QCOMPARE(process.finish(), int{Done});
 }
 
-void KdmxctlMonitorTest::eachKeySetsTheUnit_data()
+void MonitorTest::eachKeySetsTheUnit_data()
 {
     QTest::addColumn<QByteArray>("key");
     QTest::addColumn<QByteArray>("before");
@@ -117,7 +117,7 @@ void KdmxctlMonitorTest::eachKeySetsTheUnit_data()
 }
 
 // A value stands without a mark only when the unit has reported it.
-void KdmxctlMonitorTest::eachKeySetsTheUnit()
+void MonitorTest::eachKeySetsTheUnit()
 {
     QFETCH(QByteArray, key);
     QFETCH(QByteArray, before);
@@ -132,7 +132,7 @@ void KdmxctlMonitorTest::eachKeySetsTheUnit()
 }
 
 // The device does not send what it was given last: the view must get it through all the same.
-void KdmxctlMonitorTest::changesAreMadeAgainAndAgain()
+void MonitorTest::changesAreMadeAgainAndAgain()
 {
     TerminalProcess process(words("--virtual monitor"), usual_columns);
     QVERIFY(process.await_text("Input 1          on\x1b[K"));
@@ -151,7 +151,7 @@ void KdmxctlMonitorTest::changesAreMadeAgainAndAgain()
     QCOMPARE(process.finish(), int{Done});
 }
 
-void KdmxctlMonitorTest::volumeStopsAtItsEnds()
+void MonitorTest::volumeStopsAtItsEnds()
 {
     TerminalProcess process(words("--virtual monitor"), usual_columns);
     QVERIFY(process.await_text("Input volume     151"));
@@ -163,7 +163,7 @@ void KdmxctlMonitorTest::volumeStopsAtItsEnds()
     QCOMPARE(process.finish(), int{Done});
 }
 
-void KdmxctlMonitorTest::refreshAsksAndDrawsAgain()
+void MonitorTest::refreshAsksAndDrawsAgain()
 {
     const QString trace = m_folder.filePath(QStringLiteral("refresh.trace"));
     TerminalProcess process(words("--virtual monitor") + QStringList{QStringLiteral("--trace=") + trace},
@@ -180,7 +180,7 @@ void KdmxctlMonitorTest::refreshAsksAndDrawsAgain()
     QCOMPARE(process.finish(), int{Done});
 }
 
-void KdmxctlMonitorTest::aUnitPluggedInLaterAppears()
+void MonitorTest::aUnitPluggedInLaterAppears()
 {
     TerminalProcess process(words("--virtual=unplug*6 monitor"), usual_columns);
     QVERIFY(process.await_text("no unit"));
@@ -191,7 +191,7 @@ void KdmxctlMonitorTest::aUnitPluggedInLaterAppears()
     QCOMPARE(process.finish(), int{Done});
 }
 
-void KdmxctlMonitorTest::aUnitThatGoesAwayComesBack()
+void MonitorTest::aUnitThatGoesAwayComesBack()
 {
     TerminalProcess process(words("--virtual=unplug*10@30 monitor"), usual_columns);
     QVERIFY(process.await_text("Input volume     151   █"));
@@ -207,7 +207,7 @@ void KdmxctlMonitorTest::aUnitThatGoesAwayComesBack()
     QCOMPARE(process.finish(), int{Done});
 }
 
-void KdmxctlMonitorTest::tellsWhatIsWrong_data()
+void MonitorTest::tellsWhatIsWrong_data()
 {
     QTest::addColumn<QString>("script");
     QTest::addColumn<QByteArray>("status");
@@ -217,7 +217,7 @@ void KdmxctlMonitorTest::tellsWhatIsWrong_data()
     QTest::newRow("failed") << QStringLiteral("hard*ever") << QByteArray("\x1b[1mtransfer failed");
 }
 
-void KdmxctlMonitorTest::tellsWhatIsWrong()
+void MonitorTest::tellsWhatIsWrong()
 {
     QFETCH(QString, script);
     QFETCH(QByteArray, status);
@@ -231,7 +231,7 @@ void KdmxctlMonitorTest::tellsWhatIsWrong()
     QVERIFY(!process.shown().contains("…"));
 }
 
-void KdmxctlMonitorTest::aBusyUnitIsShownAllTheSame()
+void MonitorTest::aBusyUnitIsShownAllTheSame()
 {
     TerminalProcess process(words("--virtual=busy=3 monitor"), usual_columns);
     QVERIFY2(process.await_text("Input volume     151   █"), process.shown().constData());
@@ -242,7 +242,7 @@ void KdmxctlMonitorTest::aBusyUnitIsShownAllTheSame()
     QCOMPARE(process.finish(), int{Done});
 }
 
-void KdmxctlMonitorTest::debugTextGivesTheTerminalNoCommands()
+void MonitorTest::debugTextGivesTheTerminalNoCommands()
 {
     TerminalProcess process({QStringLiteral("--virtual=debug=bad\x1b[31m\u009b31mtext"), QStringLiteral("monitor")},
                             usual_columns);
@@ -252,7 +252,7 @@ void KdmxctlMonitorTest::debugTextGivesTheTerminalNoCommands()
     QCOMPARE(process.finish(), int{Done});
 }
 
-void KdmxctlMonitorTest::drawsOnlyWhatHasChanged()
+void MonitorTest::drawsOnlyWhatHasChanged()
 {
     TerminalProcess process(words("--virtual monitor"), usual_columns);
     for (const char *const text : {"Built            Apr", "Sample rate      48000", "Input volume     151",
@@ -267,7 +267,7 @@ void KdmxctlMonitorTest::drawsOnlyWhatHasChanged()
     QCOMPARE(process.finish(), int{Done});
 }
 
-void KdmxctlMonitorTest::followsTheSizeOfTheTerminal()
+void MonitorTest::followsTheSizeOfTheTerminal()
 {
     TerminalProcess process(words("--virtual monitor"), usual_columns);
     QVERIFY(process.await_text(last_key));
@@ -279,7 +279,7 @@ void KdmxctlMonitorTest::followsTheSizeOfTheTerminal()
     QCOMPARE(process.finish(), int{Done});
 }
 
-void KdmxctlMonitorTest::drawsWithAsciiWhereTheLocaleHasNoMore()
+void MonitorTest::drawsWithAsciiWhereTheLocaleHasNoMore()
 {
     const QByteArray before = qgetenv("LC_ALL");
     qputenv("LC_ALL", "C");
@@ -294,7 +294,7 @@ void KdmxctlMonitorTest::drawsWithAsciiWhereTheLocaleHasNoMore()
         QVERIFY(static_cast<unsigned char>(character) < 0x80);
 }
 
-void KdmxctlMonitorTest::linkLinesGoToTheLogOnly()
+void MonitorTest::linkLinesGoToTheLogOnly()
 {
     const QString log = m_folder.filePath(QStringLiteral("link.log"));
     TerminalProcess process(words("--virtual=stall@3 monitor --log") + QStringList{log}, usual_columns);
@@ -309,7 +309,7 @@ void KdmxctlMonitorTest::linkLinesGoToTheLogOnly()
     }
 }
 
-void KdmxctlMonitorTest::aTraceIsWritten()
+void MonitorTest::aTraceIsWritten()
 {
     const QString trace = m_folder.filePath(QStringLiteral("view.trace"));
     TerminalProcess process(words("--virtual monitor") + QStringList{QStringLiteral("--trace=") + trace},
@@ -321,7 +321,7 @@ void KdmxctlMonitorTest::aTraceIsWritten()
     QVERIFY(contents(trace).contains(" read  ok "));
 }
 
-void KdmxctlMonitorTest::theTerminalIsGivenBack_data()
+void MonitorTest::theTerminalIsGivenBack_data()
 {
     QTest::addColumn<QByteArray>("key");
     QTest::addColumn<int>("signal");
@@ -334,7 +334,7 @@ void KdmxctlMonitorTest::theTerminalIsGivenBack_data()
     QTest::newRow("SIGQUIT") << QByteArray() << SIGQUIT << int{Interrupted};
 }
 
-void KdmxctlMonitorTest::theTerminalIsGivenBack()
+void MonitorTest::theTerminalIsGivenBack()
 {
     QFETCH(QByteArray, key);
     QFETCH(int, signal);
@@ -358,7 +358,7 @@ void KdmxctlMonitorTest::theTerminalIsGivenBack()
     QCOMPARE(rest, code == Done ? QByteArray() : QByteArray("\rkdmxctl: Interrupted.\r\n"));
 }
 
-void KdmxctlMonitorTest::theTerminalIsGivenBackAfterAFailure()
+void MonitorTest::theTerminalIsGivenBackAfterAFailure()
 {
     if (!QFile::exists(QStringLiteral("/dev/full")))
         QSKIP("SKIP there is no /dev/full");
@@ -371,7 +371,7 @@ void KdmxctlMonitorTest::theTerminalIsGivenBackAfterAFailure()
     QVERIFY(process.shown().indexOf("The trace /dev/full is incomplete.") > process.shown().indexOf(view_ends));
 }
 
-void KdmxctlMonitorTest::endsAfterTheTimeout()
+void MonitorTest::endsAfterTheTimeout()
 {
     TerminalProcess process(words("--virtual monitor --timeout 3"), usual_columns);
     QCOMPARE(process.finish(), int{Done});
@@ -380,7 +380,7 @@ void KdmxctlMonitorTest::endsAfterTheTimeout()
 }
 
 // The terminal's first program is not stopped, since nobody could continue it: what comes before and after is seen.
-void KdmxctlMonitorTest::theShellHasTheTerminalWhileSuspended()
+void MonitorTest::theShellHasTheTerminalWhileSuspended()
 {
     TerminalProcess process(words("--virtual monitor"), usual_columns);
     QVERIFY(process.await_text("Input volume     151"));
@@ -394,7 +394,7 @@ void KdmxctlMonitorTest::theShellHasTheTerminalWhileSuspended()
     QCOMPARE(process.finish(), int{Done});
 }
 
-void KdmxctlMonitorTest::refusesWithoutATerminal()
+void MonitorTest::refusesWithoutATerminal()
 {
     const Outcome outcome = run_kdmxctl(words("--virtual monitor"));
     QCOMPARE(outcome.code, int{BadArgument});
@@ -402,7 +402,7 @@ void KdmxctlMonitorTest::refusesWithoutATerminal()
     QVERIFY2(outcome.err.startsWith("kdmxctl: monitor needs a terminal"), outcome.err.constData());
 }
 
-void KdmxctlMonitorTest::refusesWhatItCannotDo_data()
+void MonitorTest::refusesWhatItCannotDo_data()
 {
     QTest::addColumn<QString>("options");
     QTest::addColumn<QByteArray>("terminal");
@@ -418,7 +418,7 @@ void KdmxctlMonitorTest::refusesWhatItCannotDo_data()
                                      << QByteArray("can place its cursor");
 }
 
-void KdmxctlMonitorTest::refusesWhatItCannotDo()
+void MonitorTest::refusesWhatItCannotDo()
 {
     QFETCH(QString, options);
     QFETCH(QByteArray, terminal);
@@ -431,5 +431,5 @@ void KdmxctlMonitorTest::refusesWhatItCannotDo()
     QVERIFY(!process.shown().contains('\x1b'));
 }
 
-QTEST_GUILESS_MAIN(KdmxctlMonitorTest)
-#include "kdmxctlmonitor_test.moc"
+QTEST_GUILESS_MAIN(MonitorTest)
+#include "monitor_test.moc"

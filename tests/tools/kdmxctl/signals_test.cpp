@@ -29,7 +29,7 @@ void break_stream(int number)
 
 } // namespace
 
-class KdmxctlSignalsTest : public QObject
+class SignalsTest : public QObject
 {
     Q_OBJECT
 
@@ -73,7 +73,7 @@ private:
     QTemporaryDir m_folder;
 };
 
-void KdmxctlSignalsTest::initTestCase()
+void SignalsTest::initTestCase()
 {
     QVERIFY(m_folder.isValid());
     QFile file(image());
@@ -81,7 +81,7 @@ void KdmxctlSignalsTest::initTestCase()
     file.write(QByteArray(3050, 'x'));
 }
 
-void KdmxctlSignalsTest::interruptsEndAnyCommand_data()
+void SignalsTest::interruptsEndAnyCommand_data()
 {
     QTest::addColumn<QByteArray>("line");
     QTest::newRow("waiting for a busy unit") << QByteArray("--virtual=busy*ever rate");
@@ -91,7 +91,7 @@ void KdmxctlSignalsTest::interruptsEndAnyCommand_data()
     QTest::newRow("before a transfer") << QByteArray("--virtual=busy*ever firmware IMAGE --yes");
 }
 
-void KdmxctlSignalsTest::interruptsEndAnyCommand()
+void SignalsTest::interruptsEndAnyCommand()
 {
     QFETCH(QByteArray, line);
     QStringList list = words(line.constData()) << QStringLiteral("--trace") << QStringLiteral("--json");
@@ -108,7 +108,7 @@ void KdmxctlSignalsTest::interruptsEndAnyCommand()
     QCOMPARE(outcome.err.count("GetLastError"), outcome.err.count(" error "));
 }
 
-void KdmxctlSignalsTest::aRequestToEndIsFollowed()
+void SignalsTest::aRequestToEndIsFollowed()
 {
     for (const int signal : {SIGTERM, SIGHUP}) {
         KdmxctlProcess process(words("--virtual=busy*ever --trace rate"));
@@ -118,7 +118,7 @@ void KdmxctlSignalsTest::aRequestToEndIsFollowed()
     }
 }
 
-void KdmxctlSignalsTest::aKilledProgramLeavesItsTrace()
+void SignalsTest::aKilledProgramLeavesItsTrace()
 {
     const QString trace = m_folder.filePath(QStringLiteral("killed"));
     const QStringList list = words("--virtual=stall*ever --log=- rate") << QStringLiteral("--trace=") + trace;
@@ -133,7 +133,7 @@ void KdmxctlSignalsTest::aKilledProgramLeavesItsTrace()
     QVERIFY2(kept.contains(" read  error 31\n"), kept.constData());
 }
 
-void KdmxctlSignalsTest::interruptsAreIgnoredWhereTheyWereBefore()
+void SignalsTest::interruptsAreIgnoredWhereTheyWereBefore()
 {
     KdmxctlProcess process(words("--virtual=busy=30 --trace rate"), true);
     QVERIFY(process.await_error_text(" write "));
@@ -144,7 +144,7 @@ void KdmxctlSignalsTest::interruptsAreIgnoredWhereTheyWereBefore()
     QCOMPARE(outcome.code, int{Done});
 }
 
-void KdmxctlSignalsTest::theFirstInterruptOfATransferWarns()
+void SignalsTest::theFirstInterruptOfATransferWarns()
 {
     KdmxctlProcess process(halted_transfer("300"));
     QVERIFY(process.await_error_text(" 10 %"));
@@ -156,7 +156,7 @@ void KdmxctlSignalsTest::theFirstInterruptOfATransferWarns()
     QCOMPARE(outcome.code, int{Done});
 }
 
-void KdmxctlSignalsTest::theSecondInterruptOfATransferStops()
+void SignalsTest::theSecondInterruptOfATransferStops()
 {
     KdmxctlProcess process(halted_transfer("ever"));
     QVERIFY(process.await_error_text(" 10 %"));
@@ -171,7 +171,7 @@ void KdmxctlSignalsTest::theSecondInterruptOfATransferStops()
     QCOMPARE(outcome.code, int{Interrupted});
 }
 
-void KdmxctlSignalsTest::aTransferSurvivesTheLossOfItsTerminal()
+void SignalsTest::aTransferSurvivesTheLossOfItsTerminal()
 {
     KdmxctlProcess process(slow_transfer());
     QVERIFY(process.await_error_text(" 10 %"));
@@ -181,7 +181,7 @@ void KdmxctlSignalsTest::aTransferSurvivesTheLossOfItsTerminal()
     QCOMPARE(outcome.code, int{Done});
 }
 
-void KdmxctlSignalsTest::aTransferSurvivesTheLossOfItsReader()
+void SignalsTest::aTransferSurvivesTheLossOfItsReader()
 {
     const Outcome outcome = run_kdmxctl(slow_transfer("--json"), [](QProcess *process) {
         process->setChildProcessModifier([] { break_stream(STDERR_FILENO); });
@@ -190,7 +190,7 @@ void KdmxctlSignalsTest::aTransferSurvivesTheLossOfItsReader()
     QCOMPARE(outcome.code, int{Done});
 }
 
-void KdmxctlSignalsTest::aFullDiskIsAFailure()
+void SignalsTest::aFullDiskIsAFailure()
 {
     for (const char *const line :
          {"--virtual rate", "--virtual --json rate", "--virtual=unplug --json rate", "--help", "--version"}) {
@@ -203,21 +203,21 @@ void KdmxctlSignalsTest::aFullDiskIsAFailure()
     }
 }
 
-void KdmxctlSignalsTest::aLogOnAFullDiskIsAFailure()
+void SignalsTest::aLogOnAFullDiskIsAFailure()
 {
     const Outcome outcome = run_kdmxctl(words("--virtual=stall --log /dev/full rate"));
     QVERIFY2(outcome.err.contains("The log /dev/full is incomplete"), outcome.err.constData());
     QCOMPARE(outcome.code, int{Failed});
 }
 
-void KdmxctlSignalsTest::aTraceOnAFullDiskIsAFailure()
+void SignalsTest::aTraceOnAFullDiskIsAFailure()
 {
     const Outcome outcome = run_kdmxctl(words("--virtual --trace=/dev/full rate"));
     QVERIFY2(outcome.err.contains("The trace /dev/full is incomplete"), outcome.err.constData());
     QCOMPARE(outcome.code, int{Failed});
 }
 
-void KdmxctlSignalsTest::aLostReaderIsAFailure()
+void SignalsTest::aLostReaderIsAFailure()
 {
     const Outcome outcome = run_kdmxctl(words("--virtual rate"), [](QProcess *process) {
         process->setChildProcessModifier([] { break_stream(STDOUT_FILENO); });
@@ -226,7 +226,7 @@ void KdmxctlSignalsTest::aLostReaderIsAFailure()
     QCOMPARE(outcome.code, int{Failed});
 }
 
-void KdmxctlSignalsTest::withoutStandardOutputNothingIsDone()
+void SignalsTest::withoutStandardOutputNothingIsDone()
 {
     const QString trace = m_folder.filePath(QStringLiteral("trace"));
     const QStringList list = words("--virtual fader set line-out 1 7") << QStringLiteral("--trace=") + trace;
@@ -237,7 +237,7 @@ void KdmxctlSignalsTest::withoutStandardOutputNothingIsDone()
     QVERIFY(!QFile::exists(trace));
 }
 
-void KdmxctlSignalsTest::withoutStandardErrorTheResultArrives()
+void SignalsTest::withoutStandardErrorTheResultArrives()
 {
     const QString trace = m_folder.filePath(QStringLiteral("trace"));
     const QStringList list = words("--virtual=stall --json rate") << QStringLiteral("--trace=") + trace;
@@ -255,5 +255,5 @@ void KdmxctlSignalsTest::withoutStandardErrorTheResultArrives()
     QVERIFY(!file.readAll().contains("ERROR"));
 }
 
-QTEST_GUILESS_MAIN(KdmxctlSignalsTest)
-#include "kdmxctlsignals_test.moc"
+QTEST_GUILESS_MAIN(SignalsTest)
+#include "signals_test.moc"

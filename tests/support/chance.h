@@ -13,7 +13,11 @@ public:
     }
 
     /// 0 to below `limit`.
-    int below(int limit) { return static_cast<int>(m_engine() % static_cast<unsigned int>(limit)); }
+    template <typename Number>
+    Number below(Number limit)
+    {
+        return static_cast<Number>(m_engine() % static_cast<unsigned int>(limit));
+    }
 
     /// From `least` to `most`, both included.
     int between(int least, int most) { return least + below(most - least + 1); }

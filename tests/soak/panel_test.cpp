@@ -55,7 +55,7 @@ Steps ofStart(Content content)
 
 } // namespace
 
-class PanelKills : public QObject
+class PanelTest : public QObject
 {
     Q_OBJECT
 
@@ -279,5 +279,5 @@ private:
     int m_startMs = 1000; ///< of the last start that showed its window
 };
 
-QTEST_GUILESS_MAIN(PanelKills)
-#include "panelkills.moc"
+QTEST_GUILESS_MAIN(PanelTest)
+#include "panel_test.moc"

@@ -37,7 +37,7 @@ const char *const every_command[] = {
 
 } // namespace
 
-class KdmxctlTest : public QObject
+class CommandsTest : public QObject
 {
     Q_OBJECT
 
@@ -104,7 +104,7 @@ private:
     QTemporaryDir m_folder;
 };
 
-void KdmxctlTest::initTestCase()
+void CommandsTest::initTestCase()
 {
     QVERIFY(m_folder.isValid());
     QByteArray image;
@@ -113,7 +113,7 @@ void KdmxctlTest::initTestCase()
     write("image", image);
 }
 
-void KdmxctlTest::commandsSpeakToPeople_data()
+void CommandsTest::commandsSpeakToPeople_data()
 {
     QTest::addColumn<QByteArray>("expected");
     const auto row = [](const char *line, const char *expected) { QTest::newRow(line) << QByteArray(expected); };
@@ -153,7 +153,7 @@ void KdmxctlTest::commandsSpeakToPeople_data()
     row("raw --blocks 0 0000", "Sent 2 bytes: 00 00\n");
 }
 
-void KdmxctlTest::commandsSpeakToPeople()
+void CommandsTest::commandsSpeakToPeople()
 {
     QFETCH(QByteArray, expected);
     const QByteArray line = QTest::currentDataTag();
@@ -163,7 +163,7 @@ void KdmxctlTest::commandsSpeakToPeople()
     QCOMPARE(outcome.code, int{Done});
 }
 
-void KdmxctlTest::commandsSpeakJson_data()
+void CommandsTest::commandsSpeakJson_data()
 {
     QTest::addColumn<QByteArray>("expected");
     const auto row = [](const char *line, const char *expected) { QTest::newRow(line) << QByteArray(expected); };
@@ -187,7 +187,7 @@ void KdmxctlTest::commandsSpeakJson_data()
     row("raw -n 0 1801", R"({"sent": "18 01", "blocks": []})");
 }
 
-void KdmxctlTest::commandsSpeakJson()
+void CommandsTest::commandsSpeakJson()
 {
     QFETCH(QByteArray, expected);
     const QByteArray line = QTest::currentDataTag();
@@ -199,7 +199,7 @@ void KdmxctlTest::commandsSpeakJson()
     QCOMPARE(outcome.code, int{Done});
 }
 
-void KdmxctlTest::jsonStaysWholeWhileTheLinkPrintsErrors()
+void CommandsTest::jsonStaysWholeWhileTheLinkPrintsErrors()
 {
     for (const char *const command : every_command) {
         // The first reads fail and print their lines; the link tries again and gets through. The one read of "debug"
@@ -214,7 +214,7 @@ void KdmxctlTest::jsonStaysWholeWhileTheLinkPrintsErrors()
     }
 }
 
-void KdmxctlTest::everyFailureIsJson()
+void CommandsTest::everyFailureIsJson()
 {
     for (const char *const command : every_command) {
         const Outcome outcome = run((QByteArray("--virtual=unplug*ever@1 --json ") + command).constData());
@@ -231,7 +231,7 @@ void KdmxctlTest::everyFailureIsJson()
     }
 }
 
-void KdmxctlTest::faultsEndWithTheirCodes_data()
+void CommandsTest::faultsEndWithTheirCodes_data()
 {
     QTest::addColumn<QByteArray>("command");
     QTest::addColumn<QByteArray>("script");
@@ -283,7 +283,7 @@ void KdmxctlTest::faultsEndWithTheirCodes_data()
     row("firmware IMAGE --yes", "stall*3@30", Mute);
 }
 
-void KdmxctlTest::faultsEndWithTheirCodes()
+void CommandsTest::faultsEndWithTheirCodes()
 {
     QFETCH(QByteArray, command);
     QFETCH(QByteArray, script);
@@ -297,7 +297,7 @@ void KdmxctlTest::faultsEndWithTheirCodes()
         QCOMPARE(outcome.out, QByteArray());
 }
 
-void KdmxctlTest::unitsThatCannotBeReached_data()
+void CommandsTest::unitsThatCannotBeReached_data()
 {
     QTest::addColumn<QByteArray>("trace");
     QTest::addColumn<int>("code");
@@ -313,7 +313,7 @@ void KdmxctlTest::unitsThatCannotBeReached_data()
                             << QByteArray("The transfer to or from the unit failed (error 1117).");
 }
 
-void KdmxctlTest::unitsThatCannotBeReached()
+void CommandsTest::unitsThatCannotBeReached()
 {
     QFETCH(QByteArray, trace);
     QFETCH(int, code);
@@ -331,7 +331,7 @@ void KdmxctlTest::unitsThatCannotBeReached()
     }
 }
 
-void KdmxctlTest::badArgumentsAreRefused_data()
+void CommandsTest::badArgumentsAreRefused_data()
 {
     QTest::addColumn<QByteArray>("message");
     const auto row = [](const char *line, const char *message) { QTest::newRow(line) << QByteArray(message); };
@@ -382,7 +382,7 @@ void KdmxctlTest::badArgumentsAreRefused_data()
     row("firmware IMAGE", "--yes");
 }
 
-void KdmxctlTest::badArgumentsAreRefused()
+void CommandsTest::badArgumentsAreRefused()
 {
     QFETCH(QByteArray, message);
     const QByteArray line = QTest::currentDataTag();
@@ -398,7 +398,7 @@ void KdmxctlTest::badArgumentsAreRefused()
     QCOMPARE(for_programs.code, int{BadArgument});
 }
 
-void KdmxctlTest::verifyingSeesALostSetting_data()
+void CommandsTest::verifyingSeesALostSetting_data()
 {
     QTest::addColumn<QByteArray>("message");
     const auto row = [](const char *line, const char *message) { QTest::newRow(line) << QByteArray(message); };
@@ -410,7 +410,7 @@ void KdmxctlTest::verifyingSeesALostSetting_data()
         "The route was set to analog-in 2 -> line-out 1, but the unit reports no such route.");
 }
 
-void KdmxctlTest::verifyingSeesALostSetting()
+void CommandsTest::verifyingSeesALostSetting()
 {
     QFETCH(QByteArray, message);
     const QByteArray line = QTest::currentDataTag();
@@ -421,7 +421,7 @@ void KdmxctlTest::verifyingSeesALostSetting()
     QCOMPARE(run(("--virtual=garbled@2 " + line).constData()).code, int{Done});
 }
 
-void KdmxctlTest::aSettingThatCannotBeSentIsNoSuccess()
+void CommandsTest::aSettingThatCannotBeSentIsNoSuccess()
 {
     // The link counts a message that failed for good as sent.
     for (const char *const command :
@@ -430,7 +430,7 @@ void KdmxctlTest::aSettingThatCannotBeSentIsNoSuccess()
         QCOMPARE(run((QByteArray("--virtual=hard@2 ") + command).constData()).code, int{Failed});
 }
 
-void KdmxctlTest::timeoutsTellWhatWasSeen_data()
+void CommandsTest::timeoutsTellWhatWasSeen_data()
 {
     QTest::addColumn<QByteArray>("script");
     QTest::addColumn<int>("code");
@@ -442,7 +442,7 @@ void KdmxctlTest::timeoutsTellWhatWasSeen_data()
                            << QByteArray("The unit did not answer within 1 s.");
 }
 
-void KdmxctlTest::timeoutsTellWhatWasSeen()
+void CommandsTest::timeoutsTellWhatWasSeen()
 {
     QFETCH(QByteArray, script);
     QFETCH(int, code);
@@ -454,7 +454,7 @@ void KdmxctlTest::timeoutsTellWhatWasSeen()
     QCOMPARE(outcome.code, code);
 }
 
-void KdmxctlTest::readyInTheSameBlockIsNotBusy()
+void CommandsTest::readyInTheSameBlockIsNotBusy()
 {
     // It gets ready within each block, and answers none of the reads that a query waits for.
     const QByteArray block = "0 read ok a1 02 00 a1 02 01 00*58\n";
@@ -464,7 +464,7 @@ void KdmxctlTest::readyInTheSameBlockIsNotBusy()
     QCOMPARE(outcome.code, int{Mute});
 }
 
-void KdmxctlTest::tracesCanBeReplayed_data()
+void CommandsTest::tracesCanBeReplayed_data()
 {
     QTest::addColumn<QByteArray>("script");
     for (const char *const command : every_command)
@@ -476,7 +476,7 @@ void KdmxctlTest::tracesCanBeReplayed_data()
     QTest::addRow("mute get line-out 1") << QByteArray("unplug@3");
 }
 
-void KdmxctlTest::tracesCanBeReplayed()
+void CommandsTest::tracesCanBeReplayed()
 {
     QFETCH(QByteArray, script);
     QStringList list = arguments(QTest::currentDataTag());
@@ -504,7 +504,7 @@ void KdmxctlTest::tracesCanBeReplayed()
     QVERIFY(transfers(trace).size() > 2);
 }
 
-void KdmxctlTest::deviationsFromATraceFail_data()
+void CommandsTest::deviationsFromATraceFail_data()
 {
     QTest::addColumn<QByteArray>("trace");
     QTest::addColumn<int>("line");
@@ -529,7 +529,7 @@ void KdmxctlTest::deviationsFromATraceFail_data()
                                    << QByteArray("read");
 }
 
-void KdmxctlTest::deviationsFromATraceFail()
+void CommandsTest::deviationsFromATraceFail()
 {
     QFETCH(QByteArray, trace);
     QFETCH(int, line);
@@ -550,7 +550,7 @@ void KdmxctlTest::deviationsFromATraceFail()
     QCOMPARE(error.value(QStringLiteral("actual")).toString().toUtf8(), actual);
 }
 
-void KdmxctlTest::tracesShowFailures()
+void CommandsTest::tracesShowFailures()
 {
     const QByteArray err = run("--virtual=stall@0,short:2@1,unplug@3 --trace rate").err;
     for (const char *const text : {"# kdmxctl --virtual=stall@0,short:2@1,unplug@3 --trace rate\n", " find  ok\n",
@@ -559,7 +559,7 @@ void KdmxctlTest::tracesShowFailures()
         QVERIFY2(err.contains(text), err.constData());
 }
 
-void KdmxctlTest::logsTakeTheLinkLines()
+void CommandsTest::logsTakeTheLinkLines()
 {
     const QString log = path("log");
     for (int run_number = 1; run_number <= 2; ++run_number) {
@@ -576,7 +576,7 @@ void KdmxctlTest::logsTakeTheLinkLines()
     QVERIFY(run("--virtual=debug=hello --log - rate").err.contains("\ndbg:hello\n"));
 }
 
-void KdmxctlTest::textsOfTheUnitAreHarmless()
+void CommandsTest::textsOfTheUnitAreHarmless()
 {
     // A debug text with an escape sequence, a line end, and a byte that is no UTF-8.
     write("harmful", "0 find ok\n0 read ok 12 05 07 1b 5b 32 4a 0a ff 41 00*54\n");
@@ -590,7 +590,7 @@ void KdmxctlTest::textsOfTheUnitAreHarmless()
                             "A"));
 }
 
-void KdmxctlTest::scriptsMayStandApart()
+void CommandsTest::scriptsMayStandApart()
 {
     QCOMPARE(run("--virtual hz=96000 rate").out, QByteArray("96000 Hz\n"));
     QCOMPARE(run("rate --virtual hz=96000").out, QByteArray("96000 Hz\n"));
@@ -601,7 +601,7 @@ void KdmxctlTest::scriptsMayStandApart()
     QCOMPARE(run("fader get line-out --virtual 1").out, QByteArray("line-out 1: fader 111\n"));
 }
 
-void KdmxctlTest::firmwareTellsWhatItMoves()
+void CommandsTest::firmwareTellsWhatItMoves()
 {
     const Outcome outcome = run("--virtual=allowance=100 firmware IMAGE --yes");
     QVERIFY(outcome.out.startsWith("Unit              KD-MX2\nFirmware version  291 (0x0123)\n"));
@@ -622,14 +622,14 @@ void KdmxctlTest::firmwareTellsWhatItMoves()
     QCOMPARE(json.value(QStringLiteral("confirmed")).toBool(), true);
 }
 
-void KdmxctlTest::firmwareIsConfirmedByTheUnit_data()
+void CommandsTest::firmwareIsConfirmedByTheUnit_data()
 {
     QTest::addColumn<int>("size");
     for (const int size : {1, 10, 59, 60, 61, 62, 122, 123, 4096})
         QTest::addRow("%d bytes", size) << size;
 }
 
-void KdmxctlTest::firmwareIsConfirmedByTheUnit()
+void CommandsTest::firmwareIsConfirmedByTheUnit()
 {
     QFETCH(int, size);
     write("sized", QByteArray(size, 'x'));
@@ -639,7 +639,7 @@ void KdmxctlTest::firmwareIsConfirmedByTheUnit()
     QCOMPARE(outcome.code, int{Done});
 }
 
-void KdmxctlTest::badImagesAreRefused_data()
+void CommandsTest::badImagesAreRefused_data()
 {
     QTest::addColumn<QByteArray>("message");
     QTest::newRow("missing") << QByteArray("There is no image ");
@@ -648,7 +648,7 @@ void KdmxctlTest::badImagesAreRefused_data()
     QTest::newRow("huge") << QByteArray(" is larger than a unit can take");
 }
 
-void KdmxctlTest::badImagesAreRefused()
+void CommandsTest::badImagesAreRefused()
 {
     QFETCH(QByteArray, message);
     const char *const name = QTest::currentDataTag();
@@ -663,5 +663,5 @@ void KdmxctlTest::badImagesAreRefused()
     QCOMPARE(outcome.code, int{BadArgument});
 }
 
-QTEST_GUILESS_MAIN(KdmxctlTest)
-#include "kdmxctl_test.moc"
+QTEST_GUILESS_MAIN(CommandsTest)
+#include "commands_test.moc"

@@ -64,7 +64,7 @@ struct Told
 
 } // namespace
 
-class UpdateServiceSoak : public QObject
+class UpdateTest : public QObject
 {
     Q_OBJECT
 
@@ -310,5 +310,5 @@ private:
     bool m_hangs = false;
 };
 
-QTEST_GUILESS_MAIN(UpdateServiceSoak)
-#include "updateservice.moc"
+QTEST_GUILESS_MAIN(UpdateTest)
+#include "update_test.moc"
