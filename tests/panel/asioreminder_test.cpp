@@ -157,16 +157,27 @@ private Q_SLOTS:
         QCOMPARE(stored::driverValue(QStringLiteral("blockFrames")), QStringLiteral("256"));
     }
 
+    void closingItUncheckedChangesNothing_data()
+    {
+        QTest::addColumn<QString>("before");
+        QTest::newRow("true") << "true";
+        QTest::newRow("one") << "1";
+        QTest::newRow("absent") << QString();
+    }
+
     void closingItUncheckedChangesNothing()
     {
-        stored::writeReminder(true);
+        QFETCH(QString, before);
+        if (!before.isNull())
+            stored::write(stored::panelFile(), "[PopupMessage]\nWakeUp=" + before.toUtf8() + '\n');
         const NextDialog reminder([](QDialog &dialog) {
             auto &box = static_cast<QMessageBox &>(dialog);
             realinput::click(box.button(QMessageBox::Ok));
         });
         const MainWindow window;
         QVERIFY(reminder.seen());
-        QCOMPARE(panelReminder(), QStringLiteral("true"));
+        QCOMPARE(panelReminder(), before);
+        QCOMPARE(panelReminder().isNull(), before.isNull());
         QVERIFY(driverReminder().isNull());
     }
 

@@ -5,12 +5,14 @@
 #include "realinput.h"
 #include "screenshots.h"
 #include "storedsettings.h"
+#include "uppercase.h"
 #include "webbrowser.h"
 
 #include <QApplication>
 #include <QDialog>
 #include <QFile>
 #include <QLabel>
+#include <QLayout>
 #include <QMenu>
 #include <QMenuBar>
 #include <QMessageBox>
@@ -56,6 +58,14 @@ QString aboutText(const MainWindow &window)
     });
     action(window, QStringLiteral("actionVELMAR_Application"))->trigger();
     return text;
+}
+
+/// Between both sides of something so wide; one side may have a pixel more.
+void verifyCentred(const QRect &place, int width)
+{
+    const int left = place.left();
+    const int right = width - place.right() - 1;
+    QVERIFY2(qAbs(left - right) <= 1, qPrintable(QStringLiteral("%1 and %2").arg(left).arg(right)));
 }
 
 QStringList describe(const QMenu *menu)
@@ -187,9 +197,15 @@ private Q_SLOTS:
             QCOMPARE(labels.at(1)->font().family(), QStringLiteral("Arial"));
             QCOMPARE(labels.at(1)->margin(), 10);
             QCOMPARE(labels.at(1)->x() - labels.at(0)->geometry().right() - 1, 50);
+            QCOMPARE(box.layout()->itemAt(0)->alignment(), Qt::AlignCenter);
+            verifyCentred(labels.at(0)->geometry() | labels.at(1)->geometry(), box.width());
+            QVERIFY(labels.at(2)->text().startsWith(u'©'));
             QCOMPARE(labels.at(3)->text(),
                      QStringLiteral("ASIO is a trademark and software of Steinberg Media Technologies GmbH"));
-            QCOMPARE(labels.at(3)->font().pointSize(), 9);
+            for (const int smallPrint : {2, 3}) {
+                QCOMPARE(labels.at(smallPrint)->font().family(), QStringLiteral("Arial"));
+                QCOMPARE(labels.at(smallPrint)->font().pointSize(), 9);
+            }
             saveScreenshot(&box, QStringLiteral("about"));
         });
         action(window, QStringLiteral("actionVELMAR_Application"))->trigger();
@@ -231,17 +247,31 @@ private Q_SLOTS:
         QVERIFY(dialog.seen());
     }
 
+    void missingLicenseIsReported_data()
+    {
+        QTest::addColumn<QByteArray>("translated");
+        QTest::addColumn<QString>("title");
+        QTest::addColumn<QString>("text");
+        const QString text = QStringLiteral("There is a possibility that the file has been moved or deleted.");
+        QTest::newRow("as it is") << QByteArray() << "File Missing!" << text;
+        QTest::newRow("translated") << QByteArray("MainWindow") << "FILE MISSING!" << text.toUpper();
+    }
+
     void missingLicenseIsReported()
     {
+        QFETCH(QByteArray, translated);
+        QFETCH(QString, title);
+        QFETCH(QString, text);
         const MainWindow window;
+        UpperCase translator(translated);
+        QCoreApplication::installTranslator(&translator);
         Q_CLEANUP_RESOURCE(panel);
         const LookAtNextDialog dialog([&](QDialog &box) {
             auto *const warning = qobject_cast<QMessageBox *>(&box);
             QVERIFY(warning != nullptr);
             QCOMPARE(warning->icon(), QMessageBox::Warning);
-            QCOMPARE(warning->windowTitle(), QStringLiteral("File Missing!"));
-            QCOMPARE(warning->text(),
-                     QStringLiteral("There is a possibility that the file has been moved or deleted."));
+            QCOMPARE(warning->windowTitle(), title);
+            QCOMPARE(warning->text(), text);
             QCOMPARE(warning->standardButtons(), QMessageBox::Ok);
             QCOMPARE(warning->parentWidget(), &window);
         });

@@ -69,13 +69,13 @@ private Q_SLOTS:
         QCOMPARE(socket.readAll(), QByteArray("back"));
     }
 
-    void letsTheListenerComeToTheFront()
+    void knowsTheListenersProcess()
     {
         QLocalServer server;
         QVERIFY(server.listen(id));
         QLocalSocket socket;
         QVERIFY(connectToChannel(socket, id));
-        // What the call rests on: the listener is known by its process.
+        // What the call rests on. Whether the listener may then come to the front, no call of the system tells.
         ULONG process = 0;
         QVERIFY(GetNamedPipeServerProcessId(reinterpret_cast<HANDLE>(socket.socketDescriptor()), &process));
         QCOMPARE(process, GetCurrentProcessId());

@@ -20,6 +20,8 @@ namespace {
 
 std::function<void()> onceRunning;
 
+constexpr int wasChecked = 42; // an exit code that the program by itself never has
+
 constexpr auto highDpiPixmaps = static_cast<Qt::ApplicationAttribute>(13); // deprecated under its name
 
 /// Notes whether the attribute was set when the window was built, and when it was shown.
@@ -52,16 +54,19 @@ void scheduleCheck()
     QTimer::singleShot(0, qApp, [] { onceRunning(); });
 }
 
-/// Runs the panel until `check` has looked at it; the exit code.
+/// Runs the panel until `check` has looked at its window; the exit code, which is wasChecked if there was a window.
 int runPanel(const std::function<void(MainWindow &)> &check)
 {
     onceRunning = [&check] {
+        bool seen = false;
         const auto widgets = QApplication::topLevelWidgets();
         for (QWidget *const widget : widgets) {
-            if (auto *const window = qobject_cast<MainWindow *>(widget))
+            if (auto *const window = qobject_cast<MainWindow *>(widget)) {
+                seen = true;
                 check(*window);
+            }
         }
-        QCoreApplication::exit(42);
+        QCoreApplication::exit(seen ? wasChecked : 0);
     };
     int argc = 1;
     char name[] = "panel";
@@ -87,9 +92,7 @@ private Q_SLOTS:
 
     void setsUpTheApplication()
     {
-        bool seen = false;
-        QCOMPARE(runPanel([&](MainWindow &window) {
-                     seen = true;
+        QCOMPARE(runPanel([](MainWindow &window) {
                      QCOMPARE(QCoreApplication::applicationVersion(), QStringLiteral("1.0.0.0"));
                      QCOMPARE(qgetenv("QT_AUTO_SCREEN_SCALE_FACTOR"), QByteArray("1"));
                      QVERIFY(!watch()->whenBuilt);
@@ -100,8 +103,7 @@ private Q_SLOTS:
                      QCOMPARE(application->activationWindow(), &window);
                      QVERIFY(hasDesktopIdentity());
                  }),
-                 42);
-        QVERIFY(seen);
+                 wasChecked);
         QVERIFY(qApp == nullptr);
     }
 
@@ -110,21 +112,23 @@ private Q_SLOTS:
         // Qt asks for the system's locale once per process: this program is run again for each one.
         const bool japanese = qgetenv("LC_ALL").startsWith("ja");
         QString shown;
-        runPanel([&](MainWindow &window) {
-            shown = window.findChild<QLabel *>(QStringLiteral("label_bufferSizeTitle"))->text();
-        });
+        QCOMPARE(runPanel([&](MainWindow &window) {
+                     shown = window.findChild<QLabel *>(QStringLiteral("label_bufferSizeTitle"))->text();
+                 }),
+                 wasChecked);
         QCOMPARE(shown, japanese ? QStringLiteral("バッファサイズ") : QStringLiteral("Buffer Size"));
     }
 
     void laterStartBringsTheWindowBack()
     {
-        runPanel([](MainWindow &window) {
-            window.showMinimized();
-            QTRY_VERIFY(window.isMinimized());
-            Q_EMIT qobject_cast<QtSingleApplication *>(qApp)->messageReceived(QStringLiteral("any text"));
-            QVERIFY(!window.isMinimized());
-            QTRY_VERIFY(window.isActiveWindow());
-        });
+        QCOMPARE(runPanel([](MainWindow &window) {
+                     window.showMinimized();
+                     QTRY_VERIFY(window.isMinimized());
+                     Q_EMIT qobject_cast<QtSingleApplication *>(qApp)->messageReceived(QStringLiteral("any text"));
+                     QVERIFY(!window.isMinimized());
+                     QTRY_VERIFY(window.isActiveWindow());
+                 }),
+                 wasChecked);
     }
 };
 

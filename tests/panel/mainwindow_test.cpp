@@ -3,6 +3,7 @@
 #include "debuglines.h"
 #include "realinput.h"
 #include "storedsettings.h"
+#include "textcontrast.h"
 
 #include <QAbstractItemView>
 #include <QAction>
@@ -18,7 +19,11 @@
 #include <QTabBar>
 #include <QTabWidget>
 #include <QTest>
+#include <QTextBlock>
 #include <QTextBrowser>
+
+#include <algorithm>
+#include <utility>
 
 namespace {
 
@@ -37,6 +42,46 @@ void show(MainWindow &window)
 {
     window.show();
     QVERIFY(QTest::qWaitForWindowActive(&window));
+}
+
+// Thin strokes are smoothed and may nowhere have all of their colour.
+constexpr QColor nearlyWhite(200, 200, 200);
+constexpr QColor nearlyBlack(40, 40, 40);
+
+int lowestPart(const QColor &colour)
+{
+    return std::min({colour.red(), colour.green(), colour.blue()});
+}
+
+int highestPart(const QColor &colour)
+{
+    return std::max({colour.red(), colour.green(), colour.blue()});
+}
+
+/// What a tab's text stands on: the colour between the frame and the text.
+QColor surface(const QImage &tab)
+{
+    return tab.pixelColor(5, tab.height() / 2);
+}
+
+void verifyBlackOnLightGrey(const QImage &tab)
+{
+    const QColor grey = surface(tab);
+    QVERIFY2(lowestPart(grey) >= 185 && highestPart(grey) - lowestPart(grey) <= 16, qPrintable(grey.name()));
+    const QImage text = tab.copy(tab.rect().adjusted(5, 6, -7, -3));
+    QVERIFY(textContrast(text) >= contrast(nearlyBlack, grey));
+}
+
+/// The first and the last place in a line of a picture that has a colour.
+std::pair<int, int> ends(const QImage &picture, int line, const QColor &colour)
+{
+    int first = 0;
+    int last = picture.width() - 1;
+    while (first < last && picture.pixelColor(first, line) != colour)
+        ++first;
+    while (last > first && picture.pixelColor(last, line) != colour)
+        --last;
+    return {first, last};
 }
 
 } // namespace
@@ -365,11 +410,64 @@ private Q_SLOTS:
         QCOMPARE(card.pixelColor(150, 5), cardPicture.pixelColor(150, 5));
         const QImage combo = child<QComboBox>(window, "cb_bufferSizeValue")->grab().toImage();
         QCOMPARE(combo.pixelColor(200, 16), QColor(65, 77, 89));
-        for (const QString &rule :
-             {QStringLiteral("border-top-left-radius: 5px"), QStringLiteral("border-top-right-radius: 5px"),
-              QStringLiteral("QTabBar { font: 12px \"MS UI Gothic\";"), QStringLiteral("QTabBar::tab { color: black;"),
-              QStringLiteral("#tb_notConnected { background-color: rgb(0, 0, 0); color: rgb(255, 255, 255); }")})
-            QVERIFY2(window.styleSheet().contains(rule), qPrintable(rule));
+    }
+
+    void pageWithoutADeviceIsWhiteOnBlack()
+    {
+        MainWindow window;
+        auto *const pages = child<QStackedWidget>(window, "stackedWidget");
+        pages->setCurrentWidget(child<QWidget>(window, "dead"));
+        window.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&window));
+        const auto *const text = child<QTextBrowser>(window, "tb_notConnected");
+        QCOMPARE(text->palette().color(text->foregroundRole()), QColor(Qt::white));
+        const QImage picture = pages->grab().toImage();
+        for (const QPoint place : {QPoint(5, 5), QPoint(357, 5), QPoint(5, 296), QPoint(357, 296), QPoint(181, 150)})
+            QCOMPARE(picture.pixelColor(place), QColor(Qt::black));
+        QVERIFY(textContrast(picture.copy(5, 5, 353, 292)) >= contrast(nearlyWhite, Qt::black));
+    }
+
+    void pageWithoutADeviceHasItsTextCentred()
+    {
+        const MainWindow window;
+        const QTextBlock block = child<QTextBrowser>(window, "tb_notConnected")->document()->firstBlock();
+        QCOMPARE(block.blockFormat().alignment() & Qt::AlignHorizontal_Mask, Qt::AlignHCenter);
+        const QFont font = block.begin().fragment().charFormat().font();
+        QCOMPARE(font.families(), QStringList{QStringLiteral("MS UI Gothic")});
+        QCOMPARE(font.pointSize(), 18);
+    }
+
+    void tabsAreBlackOnLightGrey()
+    {
+        MainWindow window;
+        show(window);
+        auto *const tabs = child<QTabWidget>(window, "tabWidget")->tabBar();
+        QCOMPARE(tabs->font().family(), QStringLiteral("MS UI Gothic"));
+        QCOMPARE(tabs->font().pixelSize(), 12);
+        for (const int selected : {0, 1}) {
+            tabs->setCurrentIndex(selected);
+            const QImage chosen = tabs->grab(tabs->tabRect(selected)).toImage();
+            const QImage other = tabs->grab(tabs->tabRect(1 - selected)).toImage();
+            verifyBlackOnLightGrey(chosen);
+            verifyBlackOnLightGrey(other);
+            QVERIFY(lowestPart(surface(chosen)) > highestPart(surface(other)));
+        }
+    }
+
+    void tabsHaveRoundTopCorners()
+    {
+        MainWindow window;
+        show(window);
+        auto *const tabs = child<QTabWidget>(window, "tabWidget")->tabBar();
+        for (const int selected : {0, 1}) {
+            tabs->setCurrentIndex(selected);
+            const QImage tab = tabs->grab(tabs->tabRect(selected)).toImage();
+            const QColor frame = tab.pixelColor(tab.width() / 2, 0);
+            const auto [left, right] = ends(tab, tab.height() / 2, frame);
+            const auto [topLeft, topRight] = ends(tab, 0, frame);
+            QCOMPARE(topLeft - left, 5);
+            QCOMPARE(right - topRight, 5);
+        }
     }
 
     void slotsComeInTheirOrder()

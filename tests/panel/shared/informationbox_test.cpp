@@ -3,6 +3,7 @@
 #include "realinput.h"
 #include "screenshots.h"
 #include "textcontrast.h"
+#include "uppercase.h"
 #include "webbrowser.h"
 
 #include <QApplication>
@@ -62,19 +63,6 @@ QImage indicator(const InformationBox &box)
     const QPoint corner = checkBox->mapTo(&box, place.topLeft());
     return box.screen()->grabWindow(box.winId()).toImage().copy(QRect(corner, place.size()));
 }
-
-/// Stands in for a translation of the whole form.
-class UpperCase : public QTranslator
-{
-public:
-    QString translate(const char *context, const char *source, const char * /*disambiguation*/,
-                      int /*count*/) const override
-    {
-        return qstrcmp(context, "InformationBox") == 0 ? QString::fromUtf8(source).toUpper() : QString();
-    }
-
-    bool isEmpty() const override { return false; }
-};
 
 } // namespace
 
@@ -216,7 +204,7 @@ private Q_SLOTS:
 
     void textsAreTranslatable()
     {
-        UpperCase translator;
+        UpperCase translator(QByteArrayLiteral("InformationBox"));
         QCoreApplication::installTranslator(&translator);
         const InformationBox box;
         QCOMPARE(box.windowTitle(), QStringLiteral("FORM"));
