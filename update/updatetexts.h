@@ -13,7 +13,7 @@
  * Rests on QString and QLocale (Qt Core).
  */
 
-/// The fields of a row. HTML where it says so; the labels of versions end with a blank.
+/// The fields of a row. HTML where it says so; a blank ends the labels of versions where the script has blanks.
 enum UpdateText {
     UpdateTextOk, ///< button of the news box and of the completion window
     UpdateTextCancel, ///< button of the progress window

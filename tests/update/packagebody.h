@@ -7,6 +7,9 @@
 
 constexpr qsizetype mebibyte = 1'048'576;
 
+/// What is written at a time.
+constexpr qsizetype packagePiece = 131'072;
+
 /// Bytes of which each differs from its neighbours.
 QByteArray patternOf(qsizetype size);
 

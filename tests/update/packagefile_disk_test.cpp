@@ -143,7 +143,7 @@ void PackageFileDiskTest::limitedSize_data()
     QTest::addColumn<qsizetype>("size");
     QTest::addColumn<qint64>("limit");
     QTest::newRow("short write") << 2 * mebibyte << qint64(700'000);
-    QTest::newRow("second piece") << 2 * mebibyte << qint64(mebibyte);
+    QTest::newRow("second piece") << 2 * mebibyte << qint64(packagePiece);
     QTest::newRow("flush") << qsizetype(10'000) << qint64(5'000);
 }
 

@@ -29,8 +29,8 @@ void UpdateInformationDownloadTest::savesWhatComes_data()
     QTest::newRow("one byte") << "/body?size=1&as=a.exe" << 1;
     QTest::newRow("suffix in capitals") << "/body?size=10&as=A.EXE" << 10;
     QTest::newRow("suffix without a dot") << "/body?size=10&as=exe" << 10;
-    QTest::newRow("just a piece on disk") << "/body?size=1048576&as=a.exe" << 1'048'576;
-    QTest::newRow("a piece and a byte") << "/body?size=1048577&as=a.exe" << 1'048'577;
+    QTest::newRow("many whole pieces on disk") << "/body?size=1048576&as=a.exe" << 1'048'576;
+    QTest::newRow("a byte more") << "/body?size=1048577&as=a.exe" << 1'048'577;
     QTest::newRow("50 MB") << "/body?size=50000000&as=a.exe" << 50'000'000;
     QTest::newRow("chunked") << "/chunked?size=3000000&as=a.exe" << 3'000'000;
     QTest::newRow("no length") << "/unsized?size=3000000&as=a.exe" << 3'000'000;

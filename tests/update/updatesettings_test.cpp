@@ -1,5 +1,6 @@
 #include "updatesettings.h"
 
+#include "newstext.h"
 #include "storedsettings.h"
 
 #include <QFile>
@@ -104,7 +105,8 @@ private Q_SLOTS:
         QTest::newRow("like a value of another type") << "@Invalid()";
         QTest::newRow("an at sign") << "@ home";
         QTest::newRow("blanks at both ends") << "  news  ";
-        QTest::newRow("long") << QString(60'000, u'あ');
+        // All that is shown is remembered.
+        QTest::newRow("the most letters") << QString(newstext::mostLetters, u'あ');
     }
 
     void newsComeBackAsTheyWere()
@@ -115,10 +117,18 @@ private Q_SLOTS:
         QVERIFY(!QFile::exists(stored::panelFile() + QStringLiteral(".bad")));
     }
 
+    void newsThatWouldSpoilTheFileAreLeftOut_data()
+    {
+        QTest::addColumn<qsizetype>("letters");
+        QTest::newRow("one letter more than is shown") << newstext::mostLetters + 1;
+        QTest::newRow("far too many") << qsizetype(2'000'000);
+    }
+
     void newsThatWouldSpoilTheFileAreLeftOut()
     {
+        QFETCH(qsizetype, letters);
         updatesettings::write(updatesettings::softDialog, QStringLiteral("1.11"));
-        updatesettings::write(updatesettings::infoDialog, QString(2'000'000, u'x'));
+        updatesettings::write(updatesettings::infoDialog, QString(letters, u'x'));
         QCOMPARE(updatesettings::read(updatesettings::infoDialog), QString());
         QCOMPARE(updatesettings::read(updatesettings::softDialog), QStringLiteral("1.11"));
     }

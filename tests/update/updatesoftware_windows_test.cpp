@@ -160,6 +160,9 @@ private Q_SLOTS:
         QCOMPARE(m_probe->updateStage(), 0);
         button->setEnabled(false);
         Q_EMIT information.progressValueChanged(50);
+        QCOMPARE(bar->value(), 0);
+        QVERIFY(!disconnect(&information, &UpdateInformation::progressValueChanged, m_service.get(),
+                            &UpdateSoftware::enableCanselButton));
         letPass();
         QVERIFY(button.isNull());
         QVERIFY(!ServiceLog::contains(QStringLiteral("UpdateInformation: cancel download")));

@@ -39,7 +39,7 @@ Judge a document:
 The user's own settings are neither read nor written.
 
 Exit codes:
-  0  done               2  bad argument, or a file that cannot be read
+  0  done               2  bad argument, or a document that cannot be read
   1  invalid document   130  interrupted
 
 Examples:

@@ -4,6 +4,7 @@
 #include "feedoffers.h"
 #include "feedschema.h"
 #include "feedwarnings.h"
+#include "interrupts.h"
 #include "output.h"
 
 #include <QDir>
@@ -42,11 +43,14 @@ ExitCode checkFeed(const QString &fileName, const std::optional<QString> &firmwa
     const QString name = QDir::toNativeSeparators(fileName);
     const feedfile::Parsed parsed = feedfile::parse(content.bytes);
     if (!parsed.error.isEmpty()) {
-        output::writeResult(QStringLiteral("%1: INVALID\nerror: \"\": This is no JSON: %2.\n").arg(name, parsed.error));
+        output::writeResult(QStringLiteral("%1: INVALID\nerror: \"\": This is %2.\n").arg(name, parsed.error));
         return ExitCode::Failed;
     }
     const Findings errors = feedschema::violations(parsed.document);
     const Findings warnings = feedWarnings(parsed.document);
+    // The warnings are not complete then.
+    if (interrupts::haveCome())
+        return ExitCode::Interrupted;
     const bool isValid = errors.isEmpty() && !(strict && !warnings.isEmpty());
     const QString report = name + QStringLiteral(": ") + verdict(isValid, errors.size(), warnings.size()) + u'\n'
         + lines(QStringLiteral("error"), errors) + lines(QStringLiteral("warning"), warnings) + u'\n'

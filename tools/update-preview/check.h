@@ -7,7 +7,7 @@
 #include <optional>
 
 /**
- * Judges a document and tells who is offered what.
+ * Judges a document and tells who is offered what; nothing once it is interrupted (interrupts.h).
  *
  * @param fileName  of the document
  * @param firmware  of the unit in question; if none, of units in general

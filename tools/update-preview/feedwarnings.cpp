@@ -3,6 +3,7 @@
 #include "cuttexts.h"
 #include "feedschema.h"
 #include "informationbox.h"
+#include "interrupts.h"
 #include "languages.h"
 #include "nearest.h"
 #include "newstext.h"
@@ -44,6 +45,8 @@ Findings unknownKeys(const QString &pointer, const QJsonObject &object)
     const QStringList known = feedschema::keysAt(pointer);
     Findings findings;
     for (const QString &key : object.keys()) {
+        if (interrupts::haveCome())
+            break;
         if (!known.contains(key))
             findings.append({memberPointer(pointer, key),
                              QStringLiteral("The panel does not know this key.") + didYouMean(key, known)});
@@ -59,6 +62,8 @@ Findings unknownLanguages(const QJsonObject &messages)
         known.append(languages::name(language));
     Findings findings;
     for (const QString &key : messages.keys()) {
+        if (interrupts::haveCome())
+            break;
         if (!known.contains(key))
             findings.append({memberPointer(messagesPointer(), key),
                              QStringLiteral("This is the English name of no language.") + didYouMean(key, known)});
@@ -120,8 +125,11 @@ QString wrongAddress(const QString &address)
     const QUrl url(address);
     if (address != address.trimmed())
         return QStringLiteral("There is a blank at an end of the address.");
-    if (!url.isValid() || url.isRelative() || url.host().isEmpty())
+    const bool isOfTheWeb = url.scheme() == u"https" || url.scheme() == u"http";
+    if (!url.isValid() || url.isRelative() || (isOfTheWeb && url.host().isEmpty()))
         return QStringLiteral("This is no full address: the panel cannot download the package.");
+    if (!isOfTheWeb)
+        return QStringLiteral("The panel must not be offered this: only https is safe.");
     if (url.scheme() != u"https")
         return QStringLiteral("The package does not come by https: anybody on the way can replace it.");
     if (!address.endsWith(QStringLiteral(".exe"), Qt::CaseInsensitive)
@@ -179,6 +187,8 @@ Findings heavyNews(const QJsonObject &messages)
     for (const QLocale::Language language : languages::all()) {
         const QString name = languages::name(language);
         const QString news = messages[name].toString();
+        if (interrupts::haveCome())
+            break;
         const auto add = [&](const QString &words) {
             findings.append({memberPointer(messagesPointer(), name), words});
         };
@@ -205,6 +215,8 @@ Findings longNews(const QJsonDocument &document, const QJsonObject &messages)
     const QString json = QString::fromUtf8(document.toJson());
     Findings findings;
     for (const QLocale::Language language : languages::all()) {
+        if (interrupts::haveCome())
+            break;
         const QString name = languages::name(language);
         if (!messages[name].toString().isEmpty() && isTooLong(json, language))
             findings.append({memberPointer(messagesPointer(), name),

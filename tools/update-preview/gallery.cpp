@@ -5,6 +5,7 @@
 #include "galleryfeed.h"
 #include "galleryindex.h"
 #include "informationbox.h"
+#include "interrupts.h"
 #include "languages.h"
 #include "output.h"
 #include "servicewindows.h"
@@ -142,6 +143,8 @@ ExitCode render(const QDir &folder, const GalleryFeed &feed, const QString &sour
     QList<Picture> pictures;
     bool hasFailed = false;
     for (const QLocale::Language language : languages::ofTheService()) {
+        if (interrupts::haveCome())
+            return ExitCode::Interrupted;
         QLocale::setDefault(QLocale(language));
         Photographer photographer(folder, language);
         takeAll(feed, &photographer);
@@ -166,7 +169,7 @@ ExitCode renderGallery(const QString &folderName, const QString &feedFile)
         const feedfile::Content content = feedfile::read(feedFile);
         const feedfile::Parsed parsed = feedfile::parse(content.bytes);
         const QString error = content.error.isEmpty() && !parsed.error.isEmpty()
-            ? QStringLiteral("%1 is no JSON: %2.").arg(QDir::toNativeSeparators(feedFile), parsed.error)
+            ? QStringLiteral("%1 is %2.").arg(QDir::toNativeSeparators(feedFile), parsed.error)
             : content.error;
         if (!error.isEmpty()) {
             output::writeError(error);

@@ -1,16 +1,20 @@
 #include "interrupts.h"
 
+#include <atomic>
 #include <csignal>
+#include <initializer_list>
 
 namespace interrupts {
 
 namespace {
 
-volatile std::sig_atomic_t came = 0;
+// The system picks the thread that is told.
+std::atomic<bool> came = false;
+static_assert(std::atomic<bool>::is_always_lock_free);
 
 void takeNote(int number)
 {
-    came = 1;
+    came = true;
     // A second one ends a program that hangs.
     std::signal(number, SIG_DFL);
 }
@@ -19,13 +23,16 @@ void takeNote(int number)
 
 void begin()
 {
-    std::signal(SIGINT, takeNote);
-    std::signal(SIGTERM, takeNote);
+    for (const int number : {SIGINT, SIGTERM}) {
+        // Who started the program may have had reasons to let it ignore the signal ("&").
+        if (std::signal(number, takeNote) == SIG_IGN)
+            std::signal(number, SIG_IGN);
+    }
 }
 
 bool haveCome()
 {
-    return came != 0;
+    return came;
 }
 
 } // namespace interrupts

@@ -1,6 +1,5 @@
 #include "liverun.h"
 
-#include "exitcodes.h"
 #include "interrupts.h"
 #include "servicelog.h"
 #include "servicewindows.h"
@@ -17,6 +16,7 @@ namespace {
 constexpr int interruptPollMs = 100;
 
 // The service reports these in its log only.
+const QString fetchFailed = QStringLiteral("UpdateInformation: jason dwonload error");
 const QString startFailed = QStringLiteral("UpdateInformation: installer not started");
 const QString fetchEnded = QStringLiteral("UpdateInformation: end of replyFinished");
 const QString downloadAborted = QStringLiteral("UpdateInformation: file download abort");
@@ -47,7 +47,10 @@ LiveRun::~LiveRun()
 
 void LiveRun::hear(const QString &line)
 {
-    if (line == fetchEnded)
+    // The reason follows on a line of its own.
+    if (std::exchange(m_lastLine, line) == fetchFailed)
+        m_fetchError = line;
+    else if (line == fetchEnded)
         m_isFetched = true;
     else if (line == downloadAborted)
         m_isDownloading = false;
@@ -114,8 +117,9 @@ void LiveRun::watchInterrupts()
 {
     auto *const poll = new QTimer(this);
     connect(poll, &QTimer::timeout, this, [] {
+        // A window could object to quit().
         if (interrupts::haveCome())
-            QApplication::exit(static_cast<int>(ExitCode::Interrupted));
+            QApplication::exit();
     });
     poll->start(interruptPollMs);
 }

@@ -17,7 +17,7 @@ struct PlayedUnit
 
 /**
  * Owns the update service as a program would: asks about the firmware once the software question is settled, and ends
- * the event loop when there is nothing left to see or to wait for. GUI thread.
+ * the event loop when there is nothing left to see or to wait for, or it is interrupted. GUI thread.
  */
 class LiveRun : public QObject
 {
@@ -28,6 +28,9 @@ public:
     explicit LiveRun(std::optional<PlayedUnit> unit);
     ~LiveRun() override;
     Q_DISABLE_COPY_MOVE(LiveRun)
+
+    /// Why the document could not be fetched; none if it could, or still can.
+    std::optional<QString> fetchError() const { return m_fetchError; }
 
     /// Whether a window has been on the screen.
     bool hasShown() const { return m_hasShown; }
@@ -51,6 +54,8 @@ private:
     void watchInterrupts();
 
     std::optional<PlayedUnit> m_unit;
+    QString m_lastLine; ///< that the service has written
+    std::optional<QString> m_fetchError;
     bool m_isFetched = false;
     bool m_isDownloading = false;
     bool m_hasShown = false;

@@ -51,6 +51,18 @@ std::optional<PlayedUnit> playedUnit(const Arguments &arguments)
     return PlayedUnit{*arguments.unit, *arguments.firmware};
 }
 
+/// What a run that nobody interrupted has come to; told where no window did.
+ExitCode judge(const LiveRun &liveRun)
+{
+    if (const std::optional<QString> error = liveRun.fetchError()) {
+        output::writeError(QStringLiteral("The document could not be fetched: %1.").arg(*error));
+        return ExitCode::BadArgument;
+    }
+    if (!liveRun.hasShown())
+        output::writeError(QStringLiteral("There is nothing to show to this user."));
+    return ExitCode::Done;
+}
+
 ExitCode run(const Arguments &arguments, PrivateFolder *folder)
 {
     if (!arguments.language.isEmpty())
@@ -60,14 +72,11 @@ ExitCode run(const Arguments &arguments, PrivateFolder *folder)
         output::writeError(error);
         return ExitCode::BadArgument;
     }
-    interrupts::begin();
     LiveRun liveRun(playedUnit(arguments));
-    const int code = QApplication::exec();
-    if (!liveRun.hasShown())
-        output::writeError(QStringLiteral("There is nothing to show to this user."));
+    QApplication::exec();
     if (liveRun.hasInstalled())
         output::writeError(QStringLiteral("The installer's files stay in %1.").arg(folder->keepPackages()));
-    return static_cast<ExitCode>(code);
+    return interrupts::haveCome() ? ExitCode::Interrupted : judge(liveRun);
 }
 
 ExitCode perform(const Arguments &arguments, PrivateFolder *folder)
@@ -91,6 +100,7 @@ ExitCode begin(const Arguments &arguments)
     if (arguments.scale)
         qputenv("QT_SCALE_FACTOR", QByteArray::number(*arguments.scale));
 
+    interrupts::begin();
     PrivateFolder folder;
     if (!folder.isValid()) {
         output::writeError(QStringLiteral("There is no room for temporary files."));
@@ -105,7 +115,8 @@ ExitCode begin(const Arguments &arguments)
     char name[] = "update-preview";
     char *values[] = {name, nullptr};
     const QApplication application(count, values);
-    return perform(arguments, &folder);
+    const ExitCode code = perform(arguments, &folder);
+    return interrupts::haveCome() ? ExitCode::Interrupted : code;
 }
 
 } // namespace

@@ -87,8 +87,8 @@ void CheckTest::faultIsNamedByItsPlace_data()
     };
     add("empty file", "", "error: \"\": This is no JSON: line 1, column 1: ");
     add("no JSON", "{\n  \"a\": 1,\n  b\n}", "error: \"\": This is no JSON: line 3, column ");
-    add("not UTF-8", "{\"a\": \"\xff\xfe\"}", "error: \"\": This is no JSON: the text is not UTF-8.");
-    add("cut in a letter", changed({}) + "\xe3\x81", "error: \"\": This is no JSON: the text is not UTF-8.");
+    add("not UTF-8", "{\"a\": \"\xff\xfe\"}", "error: \"\": This is not valid UTF-8.");
+    add("cut in a letter", changed({}) + "\xe3\x81", "error: \"\": This is not valid UTF-8.");
     add("array at the top", "[1]", "error: \"\": Here stands an array where an object belongs.");
     add("no entry", "{}", "error: \"\": The key \"Corvo9_version1\" is missing: nobody is told anything.");
     add("entry is a text", "{\"Corvo9_version1\": \"1.11\"}",
@@ -146,6 +146,12 @@ void CheckTest::mistakeIsWarnedOf_data()
         "/windows_software_url_ja\": The address ends neither in .exe nor in .zip");
     add("relative", {softwareJa + QStringLiteral("\"/packages/a.exe\"")},
         "/windows_software_url_ja\": This is no full address: the panel cannot download the package.");
+    add("no host", {softwareJa + QStringLiteral("\"https:///a.exe\"")},
+        "/windows_software_url_ja\": This is no full address: the panel cannot download the package.");
+    add("file", {softwareJa + QStringLiteral("\"file:///a.exe\"")},
+        "/windows_software_url_ja\": The panel must not be offered this: only https is safe.");
+    add("ftp", {softwareJa + QStringLiteral("\"ftp://a.example/a.exe\"")},
+        "/windows_software_url_ja\": The panel must not be offered this: only https is safe.");
     add("blank behind", {softwareJa + QStringLiteral("\"https://a.example/a.exe \"")},
         "/windows_software_url_ja\": There is a blank at an end of the address.");
     add("no package", {QStringLiteral("windows_firmware_url_en")},

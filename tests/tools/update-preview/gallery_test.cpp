@@ -27,6 +27,8 @@ private Q_SLOTS:
     static void newsThatDoNotFitAreNamed();
     static void scaleMakesLargerPictures();
     static void nothingIsContacted();
+    static void badDocumentIsRefused_data();
+    static void badDocumentIsRefused();
     static void folderThatCannotBeWrittenIsAFailure();
 
 private:
@@ -232,6 +234,25 @@ void GalleryTest::nothingIsContacted()
     process.start({QStringLiteral("--gallery"), files.path(QStringLiteral("gallery"))});
     QCOMPARE(process.finish().code, 0);
     QVERIFY(!server.hasPendingConnections());
+}
+
+void GalleryTest::badDocumentIsRefused_data()
+{
+    QTest::addColumn<QByteArray>("content");
+    QTest::addColumn<QString>("complaint");
+    QTest::newRow("no JSON") << QByteArray("{") << QStringLiteral("/feed.json is no JSON: line 1, column 2: ");
+    QTest::newRow("not UTF-8") << QByteArray("{\"a\": \"\xff\"}") << QStringLiteral("/feed.json is not valid UTF-8.\n");
+}
+
+void GalleryTest::badDocumentIsRefused()
+{
+    QFETCH(const QByteArray, content);
+    QFETCH(const QString, complaint);
+    const feedtext::Files files;
+    const Outcome outcome = runPreview({QStringLiteral("--gallery"), files.path(QStringLiteral("gallery")),
+                                        QStringLiteral("--feed"), files.write(content)});
+    QCOMPARE(outcome.code, 2);
+    QVERIFY2(outcome.err.contains(complaint), qPrintable(outcome.err));
 }
 
 void GalleryTest::folderThatCannotBeWrittenIsAFailure()

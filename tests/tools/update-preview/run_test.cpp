@@ -23,8 +23,11 @@ private Q_SLOTS:
     static void endsWhereThereIsNothingToShow_data();
     static void endsWhereThereIsNothingToShow();
     static void addressIsFetched();
+    static void failedFetchIsReported_data();
+    static void failedFetchIsReported();
     static void usersSettingsAreNeitherReadNorWritten();
     static void signalEndsTheRunCleanly();
+    static void signalEndsTheFetch();
     static void errorBoxEndsTheRun();
     static void cancelledDownloadEndsTheRun();
     static void installerIsStartedAndItsFilesStay();
@@ -248,13 +251,35 @@ void RunTest::addressIsFetched()
     QVERIFY2(process.awaitWindow(offerTitle), qPrintable(process.error()));
     process.press(decline, offerTitle);
     QCOMPARE(process.finish().code, 0);
+}
 
-    // Nobody listens there.
-    PreviewProcess refused;
-    refused.start(feed(QStringLiteral("http://127.0.0.1:1/feed.json")));
-    const Outcome outcome = refused.finish();
-    QCOMPARE(outcome.code, 0);
-    QVERIFY2(outcome.err.contains(QStringLiteral("UpdateInformation: jason dwonload error")), qPrintable(outcome.err));
+void RunTest::failedFetchIsReported_data()
+{
+    QTest::addColumn<QString>("address");
+    QTest::addColumn<QString>("reason");
+    // An empty one stands for the server.
+    QTest::newRow("not there") << QString() << QStringLiteral("Not Found");
+    QTest::newRow("refused") << QStringLiteral("http://127.0.0.1:1/feed.json") << QStringLiteral("Connection refused");
+    QTest::newRow("misspelt") << QStringLiteral("http://[127.0.0.1/feed.json") << QStringLiteral(" not found");
+}
+
+void RunTest::failedFetchIsReported()
+{
+    QFETCH(const QString, address);
+    QFETCH(const QString, reason);
+    const PackageServer server("HTTP/1.1 404 Not Found\r\nContent-Length: 0\r\n\r\n");
+    PreviewProcess process;
+    process.start(
+        feed(address.isEmpty() ? server.address(QStringLiteral("feed.json")) : address, unit("KD-MX4", "1.02")));
+    const Outcome outcome = process.finish();
+    QCOMPARE(outcome.code, 2);
+    QVERIFY2(outcome.err.contains(QStringLiteral("UpdateInformation: jason dwonload error\n")),
+             qPrintable(outcome.err));
+    const QString told = outcome.err.section(QStringLiteral("update-preview: "), 1).section(u'\n', 0, 0);
+    QVERIFY2(told.startsWith(QStringLiteral("The document could not be fetched: ")), qPrintable(outcome.err));
+    QVERIFY2(told.endsWith(reason + u'.'), qPrintable(outcome.err));
+    QVERIFY(!outcome.err.contains(QStringLiteral("nothing to show")));
+    QVERIFY(isEmpty(process.temporaryFolder()));
 }
 
 void RunTest::usersSettingsAreNeitherReadNorWritten()
@@ -294,6 +319,20 @@ void RunTest::signalEndsTheRunCleanly()
     QVERIFY(!isEmpty(process.temporaryFolder()));
     process.terminate();
     QCOMPARE(process.finish().code, 130);
+    QVERIFY(isEmpty(process.temporaryFolder()));
+}
+
+void RunTest::signalEndsTheFetch()
+{
+    // It listens, but does not answer.
+    const PackageServer server("");
+    PreviewProcess process;
+    process.start(feed(server.address(QStringLiteral("feed.json"))));
+    QVERIFY2(process.awaitError(server.address(QStringLiteral("feed.json"))), qPrintable(process.error()));
+    process.terminate();
+    const Outcome outcome = process.finish();
+    QCOMPARE(outcome.code, 130);
+    QVERIFY2(!outcome.err.contains(QStringLiteral("update-preview: ")), qPrintable(outcome.err));
     QVERIFY(isEmpty(process.temporaryFolder()));
 }
 
