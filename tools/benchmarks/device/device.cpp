@@ -18,8 +18,8 @@
 
 #include <unistd.h>
 
-// What the front of the device object costs its owner's thread: packing requests, announcing what came, and each call of
-// a storm of requests while the unit takes its time, and how both grow with the number of requests. Prints tables.
+// What the front of the device object costs its owner's thread: packing requests, announcing what came, and each call
+// of a storm of requests while the unit takes its time, and how both grow with the number of requests. Prints tables.
 
 namespace {
 
